@@ -1,0 +1,206 @@
+#include "CAsyncW32.h"
+
+namespace {
+
+constexpr DWORD kWin32Rates[CAsync::kBaudIndexCount] = {CBR_110,  CBR_300,   CBR_600,   CBR_1200,
+                                                        CBR_2400, CBR_4800,  CBR_9600,  CBR_19200,
+                                                        CBR_38400, CBR_57600, CBR_115200};
+constexpr DWORD kStillActive = 259;
+
+// The flag word of the DCB: binary mode and transmit-continue-on-XOFF only; the parity-check
+// flag (bit 1) and the top reserved bit keep their values, every flow control is off.
+void SetBinaryFlags(DCB &dcb)
+{
+    const DWORD parityCheck = dcb.fParity;
+    const DWORD reserved = dcb.fDummy2 & (1u << 16);
+    dcb.fBinary = TRUE;
+    dcb.fParity = parityCheck;
+    dcb.fOutxCtsFlow = FALSE;
+    dcb.fOutxDsrFlow = FALSE;
+    dcb.fDtrControl = DTR_CONTROL_DISABLE;
+    dcb.fDsrSensitivity = FALSE;
+    dcb.fTXContinueOnXoff = TRUE;
+    dcb.fOutX = FALSE;
+    dcb.fInX = FALSE;
+    dcb.fErrorChar = FALSE;
+    dcb.fNull = FALSE;
+    dcb.fRtsControl = RTS_CONTROL_DISABLE;
+    dcb.fAbortOnError = FALSE;
+    dcb.fDummy2 = reserved;
+}
+
+} // namespace
+
+CAsyncW32::CAsyncW32() = default;
+
+CAsyncW32::~CAsyncW32()
+{
+    if (m_thread != nullptr)
+        Close();
+}
+
+bool CAsyncW32::Open(const std::string &portName)
+{
+    if (m_thread != nullptr)
+        Close();
+
+    m_thread = CreateThread(nullptr, 0, &CAsyncW32::ThreadEntry, this, CREATE_SUSPENDED, &m_threadId);
+    if (m_thread == nullptr)
+        return false;
+    m_stopEvent = CreateEventA(nullptr, FALSE, FALSE, nullptr);
+    m_txEvent = CreateEventA(nullptr, FALSE, FALSE, nullptr);
+    m_rxEvent = CreateEventA(nullptr, FALSE, FALSE, nullptr);
+    if (m_stopEvent == nullptr || m_txEvent == nullptr || m_rxEvent == nullptr) {
+        ReleaseHandles();
+        return false;
+    }
+    m_rxOverlapped = {};
+    m_rxOverlapped.hEvent = m_rxEvent;
+    m_txOverlapped = {};
+    m_txOverlapped.hEvent = m_txEvent;
+
+    const std::string path = "\\\\.\\" + portName;
+    m_device = CreateFileA(path.c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_EXISTING,
+                           FILE_FLAG_OVERLAPPED, nullptr);
+    if (m_device == INVALID_HANDLE_VALUE) {
+        ReleaseHandles();
+        return false;
+    }
+    return true;
+}
+
+bool CAsyncW32::Configure(int baudIndex, int dataBits, int stopBits, int parity)
+{
+    if (m_thread == nullptr)
+        return false;
+    DCB dcb {};
+    dcb.DCBlength = sizeof dcb;
+    if (!GetCommState(m_device, &dcb))
+        return false;
+    if (baudIndex >= 0 && baudIndex < kBaudIndexCount)
+        dcb.BaudRate = kWin32Rates[baudIndex];
+    if (dataBits == kDataBits7 || dataBits == kDataBits8)
+        dcb.ByteSize = dataBits == kDataBits7 ? 7 : 8;
+    if (stopBits == kStopBits1 || stopBits == kStopBits2)
+        dcb.StopBits = stopBits == kStopBits1 ? ONESTOPBIT : TWOSTOPBITS;
+    if (parity == kParityNone || parity == kParityEven || parity == kParityOdd)
+        dcb.Parity = parity == kParityNone ? NOPARITY : (parity == kParityEven ? EVENPARITY : ODDPARITY);
+    SetBinaryFlags(dcb);
+    if (!SetCommState(m_device, &dcb))
+        return false;
+    COMMTIMEOUTS timeouts {0, 0, 0, 0, 0};
+    if (!SetCommTimeouts(m_device, &timeouts))
+        return false;
+    ResumeThread(m_thread);
+    m_resumed = true;
+    return true;
+}
+
+void CAsyncW32::SetRTS(bool on)
+{
+    EscapeCommFunction(m_device, on ? SETRTS : CLRRTS);
+}
+
+void CAsyncW32::SetDTR(bool on)
+{
+    EscapeCommFunction(m_device, on ? SETDTR : CLRDTR);
+}
+
+bool CAsyncW32::Tx(const ByteVector &data)
+{
+    if (m_thread == nullptr)
+        return false;
+    m_txOverlapped.Offset = 0;
+    m_txOverlapped.OffsetHigh = 0;
+    TraceBytes(kTraceLevelRaw, kDirectionSent, data);
+    if (WriteFile(m_device, data.data(), static_cast<DWORD>(data.size()), nullptr, &m_txOverlapped)
+        || GetLastError() == ERROR_IO_PENDING) {
+        return true;
+    }
+    ReportError("CAsyncW32::Tx: Sending data failed");
+    return false;
+}
+
+DWORD WINAPI CAsyncW32::ThreadEntry(LPVOID self)
+{
+    return static_cast<CAsyncW32 *>(self)->ThreadProc();
+}
+
+void CAsyncW32::ArmRx()
+{
+    m_rxBuffer.resize(1);
+    if (!ReadFile(m_device, m_rxBuffer.data(), 1, nullptr, &m_rxOverlapped) && GetLastError() != ERROR_IO_PENDING)
+        ReportError("CAsyncW32::ArmRx: Arming receiver faild");
+}
+
+void CAsyncW32::GetRxData()
+{
+    DWORD errors = 0;
+    COMSTAT status {};
+    if (ClearCommError(m_device, &errors, &status) && status.cbInQue != 0) {
+        const DWORD count = status.cbInQue;
+        m_rxBuffer.resize(count + 1);
+        DWORD read = 0;
+        if (!ReadFile(m_device, m_rxBuffer.data() + 1, count, &read, &m_rxOverlapped)) {
+            ReportError("CAsyncW32::GetRxData: Unable to read correct amount of data from receiver");
+            return;
+        }
+    }
+    TraceBytes(kTraceLevelRaw, kDirectionReceived, m_rxBuffer);
+    OnReceive(m_rxBuffer);
+}
+
+DWORD CAsyncW32::ThreadProc()
+{
+    const HANDLE events[3] = {m_stopEvent, m_rxEvent, m_txEvent};
+    ArmRx();
+    for (;;) {
+        switch (WaitForMultipleObjects(3, events, FALSE, INFINITE)) {
+        case WAIT_OBJECT_0:
+            CancelIo(m_device);
+            return 0;
+        case WAIT_OBJECT_0 + 1:
+            GetRxData();
+            ArmRx();
+            break;
+        case WAIT_OBJECT_0 + 2:
+            OnTransmitComplete();
+            break;
+        default:
+            ReportError("CAsyncW32::ThreadProc: Unknow object returned by WaitForMultipleObjects");
+            break;
+        }
+    }
+}
+
+void CAsyncW32::Close()
+{
+    if (m_thread == nullptr)
+        return;
+    CancelIo(m_device);
+    SetEvent(m_stopEvent);
+    // A thread that was never configured is still suspended: let it run into the stop event
+    // instead of waiting for it for ever.
+    if (!m_resumed)
+        ResumeThread(m_thread);
+    DWORD code = kStillActive;
+    while (GetExitCodeThread(m_thread, &code) && code == kStillActive) {
+    }
+    ReleaseHandles();
+}
+
+void CAsyncW32::ReleaseHandles()
+{
+    for (HANDLE *event : {&m_rxEvent, &m_txEvent, &m_stopEvent}) {
+        if (*event != nullptr)
+            CloseHandle(*event);
+        *event = nullptr;
+    }
+    if (m_thread != nullptr)
+        CloseHandle(m_thread);
+    m_thread = nullptr;
+    m_resumed = false;
+    if (m_device != INVALID_HANDLE_VALUE)
+        CloseHandle(m_device);
+    m_device = INVALID_HANDLE_VALUE;
+}
