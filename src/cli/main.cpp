@@ -1,0 +1,38 @@
+#include "CliOptions.h"
+#include "settings/LichtwartSettings.h"
+
+#include <QCoreApplication>
+#include <QTextStream>
+
+#include <cstdio>
+
+namespace {
+
+constexpr int kExitUsage = 2;
+
+} // namespace
+
+int main(int argc, char *argv[])
+{
+    QCoreApplication app(argc, argv);
+    LichtwartSettings::SetIdentity();
+    QCoreApplication::setApplicationVersion(QStringLiteral(LICHTWART_VERSION));
+    QTextStream out(stdout);
+    QTextStream err(stderr);
+
+    CliOptions options;
+    if (!options.Parse(QCoreApplication::arguments())) {
+        err << "lichtwart-cli: " << options.ErrorText() << "\n" << CliOptions::HelpText();
+        return kExitUsage;
+    }
+    if (options.HelpRequested()) {
+        out << CliOptions::HelpText();
+        return 0;
+    }
+    if (options.VersionRequested()) {
+        out << "lichtwart-cli " << QCoreApplication::applicationVersion() << "\n";
+        return 0;
+    }
+    err << "lichtwart-cli: unknown command '" << options.command << "'\n";
+    return kExitUsage;
+}
