@@ -59,7 +59,7 @@ void MakeRaw(termios &tio)
     tio.c_cflag &= ~CRTSCTS;
     tio.c_iflag &= ~(IXON | IXOFF | IXANY);
     tio.c_iflag |= parityCheck;
-    tio.c_cc[VMIN] = 0;
+    tio.c_cc[VMIN] = 1;
     tio.c_cc[VTIME] = 0;
 }
 
@@ -259,14 +259,20 @@ bool CAsyncPosix::ReadAvailable(ByteVector &batch)
         }
         if (n < 0 && errno == EINTR)
             continue;
-        if (n < 0 && errno == EAGAIN)
+        // A terminal reports "nothing more for now" as 0 or EAGAIN; a vanished device shows up as a
+        // read error or as a hang-up from poll().
+        if (n == 0 || (n < 0 && errno == EAGAIN))
             return true;
-        return false; // end of file or a read error: the device is gone
+        return false;
     }
 }
 
 void CAsyncPosix::ThreadProc()
 {
+    // A device that keeps waking the reader without delivering a byte is treated as gone, so a
+    // misbehaving driver cannot turn the reader into a busy loop.
+    constexpr int kEmptyWakeupLimit = 1000;
+    int emptyWakeups = 0;
     pollfd fds[2] = {{m_fd.load(), POLLIN, 0}, {m_stopFd, POLLIN, 0}};
     for (;;) {
         if (poll(fds, 2, -1) < 0) {
@@ -282,11 +288,12 @@ void CAsyncPosix::ThreadProc()
             continue;
         ByteVector batch;
         const bool alive = (events & POLLIN) ? ReadAvailable(batch) : false;
+        emptyWakeups = batch.empty() ? emptyWakeups + 1 : 0;
         if (!batch.empty()) {
             TraceBytes(kTraceLevelRaw, kDirectionReceived, batch);
             OnReceive(batch);
         }
-        if (!alive || (events & (POLLHUP | POLLERR | POLLNVAL))) {
+        if (!alive || (events & (POLLHUP | POLLERR | POLLNVAL)) || emptyWakeups >= kEmptyWakeupLimit) {
             ReportError("CAsyncPosix::ThreadProc: The device has been disconnected");
             break;
         }
