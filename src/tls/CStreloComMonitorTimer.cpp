@@ -1,0 +1,11 @@
+#include "CStreloComMonitorTimer.h"
+
+CStreloComMonitorTimer::~CStreloComMonitorTimer()
+{
+    StopThread();
+}
+
+void CStreloComMonitorTimer::OnExpired()
+{
+    OnResponseTimeout();
+}

@@ -1,0 +1,11 @@
+#include "CStreloPollTimer.h"
+
+CStreloPollTimer::~CStreloPollTimer()
+{
+    StopThread();
+}
+
+void CStreloPollTimer::OnExpired()
+{
+    OnPollTimeout();
+}
