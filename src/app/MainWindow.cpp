@@ -1,0 +1,369 @@
+#include "MainWindow.h"
+
+#include "ui_MainWindow.h"
+
+#include "app/AboutDialog.h"
+#include "app/CCopy2ClipboardLabel.h"
+#include "app/OptionsDialog.h"
+#include "controller/CTrafficLightController.h"
+#include "controller/DeviceMaintenance.h"
+#include "settings/LichtwartSettings.h"
+#include "trace/CMultiColumnListModel.h"
+#include "trace/CTraceFormat.h"
+
+#include <QCloseEvent>
+#include <QHeaderView>
+#include <QLabel>
+#include <QMessageBox>
+#include <QPoint>
+#include <QSize>
+#include <QStatusBar>
+
+namespace {
+
+constexpr int kTraceRowHeight = 16;
+const QString kIconReceive = QStringLiteral("rx");
+const QString kIconTransmit = QStringLiteral("tx");
+
+} // namespace
+
+MainWindow::MainWindow(bool bAllowRawHex, const ControllerFactory &createController)
+    : m_connectedPixmap(), m_disconnectedPixmap(), m_settings(), ui(new Ui::MainWindow)
+{
+    ui->setupUi(this);
+    ConnectActions();
+
+    m_maintenance = new DeviceMaintenance(this, ui->actionDisconnect, ui->actionClearlog, this);
+    CreateStatusWidgets();
+
+    m_disconnectedPixmap.load(QStringLiteral(":/16x16/disconnected"));
+    m_connectedPixmap.load(QStringLiteral(":/16x16/connected"));
+    ShowConnectionState(false);
+
+    RestoreGeometry();
+
+    m_controller = createController ? createController(this) : new CTrafficLightController(this);
+
+    if (!m_directionIcons.contains(kIconReceive))
+        m_directionIcons.insert(kIconReceive, QPixmap(QStringLiteral(":/16x16/receive")));
+    if (!m_directionIcons.contains(kIconTransmit))
+        m_directionIcons.insert(kIconTransmit, QPixmap(QStringLiteral(":/16x16/transmit")));
+
+    m_traceModel = new CMultiColumnListModel(this);
+    ConfigureTrace();
+
+    ConnectController();
+    ConnectMaintenance();
+}
+
+MainWindow::~MainWindow()
+{
+    ReleaseResources();
+}
+
+void MainWindow::ConnectActions()
+{
+    connect(ui->actionExit, &QAction::triggered, this, &QWidget::close);
+    connect(ui->actionOptions, &QAction::triggered, this, &MainWindow::Options);
+    connect(ui->actionAbout, &QAction::triggered, this, &MainWindow::About);
+    connect(ui->actionConnect, &QAction::triggered, this, &MainWindow::SlaveConnect);
+    connect(ui->actionClearlog, &QAction::triggered, this, &MainWindow::ClearLog);
+    connect(ui->actionDisconnect, &QAction::triggered, this, &MainWindow::SlaveDisconnect);
+    connect(ui->actionStreloVisual, &QAction::triggered, this, &MainWindow::StreloDialogOpen);
+    connect(ui->actionFSync, &QAction::triggered, this, &MainWindow::FlasherSyncDialogOpen);
+    connect(ui->actionSetOSI2Address, &QAction::triggered, this, &MainWindow::SetOSI2Address);
+    connect(ui->actionUpgradeFirmware, &QAction::triggered, this, &MainWindow::UpgradeFirmware);
+}
+
+void MainWindow::CreateStatusWidgets()
+{
+    m_uidLabel = new CCopy2ClipboardLabel();
+    m_versionLabel = new QLabel();
+    m_connectionLabel = new QLabel();
+    statusBar()->addPermanentWidget(m_uidLabel, 1);
+    statusBar()->addPermanentWidget(m_versionLabel, 0);
+    statusBar()->addPermanentWidget(m_connectionLabel, 0);
+}
+
+void MainWindow::ShowConnectionState(bool bConnected)
+{
+    if (bConnected) {
+        m_connectionLabel->setPixmap(m_connectedPixmap);
+        return;
+    }
+    m_connectionLabel->setPixmap(m_disconnectedPixmap);
+    m_versionLabel->setText(QString());
+    m_uidLabel->setText(QString());
+}
+
+void MainWindow::RestoreGeometry()
+{
+    resize(LichtwartSettings::Read(m_settings, LichtwartSettings::MainWindowSize).toSize());
+    move(LichtwartSettings::Read(m_settings, LichtwartSettings::MainWindowPosition).toPoint());
+}
+
+void MainWindow::ConnectController()
+{
+    connect(m_controller, &CTrafficLightController::ConnectionChanged, this, &MainWindow::ConnectionChanged);
+    connect(m_controller, &CTrafficLightController::VersionChanged, this, &MainWindow::SetStreloVersion);
+    connect(m_controller, &CTrafficLightController::UIDChanged, this, &MainWindow::SetUID);
+}
+
+void MainWindow::ConnectMaintenance()
+{
+    CTrafficLightController *controller = m_controller;
+    connect(m_maintenance, &DeviceMaintenance::FlasherSyncRequested, controller,
+            [controller](bool bOSI7Broadcast, bool bOSI2Broadcast, int nCycles, int nSecond) {
+                controller->FlasherSynchronisation(bOSI7Broadcast, bOSI2Broadcast, nCycles, nSecond);
+            });
+    connect(m_maintenance, &DeviceMaintenance::SetOSI2AddressRequested, controller,
+            [controller](int nAddress) { controller->SetOSI2Address(nAddress); });
+}
+
+void MainWindow::About()
+{
+    AboutDialog dialog(this);
+    dialog.SetVersion(QStringLiteral("Version ") + QStringLiteral(LICHTWART_VERSION));
+    dialog.exec();
+}
+
+void MainWindow::Options()
+{
+    OptionsDialog dialog(this);
+    if (dialog.exec() != QDialog::Accepted)
+        return;
+    ConfigureTrace();
+    // New interface settings take effect at the next connect; unconnected, the action is
+    // disabled and this does nothing.
+    ui->actionDisconnect->trigger();
+}
+
+void MainWindow::SlaveConnect()
+{
+    m_controller->Close();
+    const QString device = LichtwartSettings::Read(m_settings, LichtwartSettings::InterfaceDevice).toString();
+    const int baudRate = LichtwartSettings::Read(m_settings, LichtwartSettings::InterfaceBaudrate).toInt();
+    if (!m_controller->ConnectPort(device, baudRate)) {
+        QMessageBox box(QMessageBox::Warning, tr("Device open failed"),
+                        tr("The device %1 could not be opened.").arg(device), QMessageBox::Ok, this);
+        box.exec();
+        return;
+    }
+    ui->actionConnect->setEnabled(false);
+    ui->actionDisconnect->setEnabled(true);
+    ui->actionSetOSI2Address->setEnabled(true);
+    const int osi7Address = LichtwartSettings::Read(m_settings, LichtwartSettings::AddressOsi7).toInt();
+    const int osi2Address = LichtwartSettings::Read(m_settings, LichtwartSettings::AddressOsi2).toInt();
+    m_controller->Connect(osi2Address, osi7Address);
+}
+
+void MainWindow::SlaveDisconnect()
+{
+    m_controller->Disconnect();
+    m_controller->Close();
+    ui->actionConnect->setEnabled(true);
+    ui->actionDisconnect->setEnabled(false);
+    ui->actionSetOSI2Address->setEnabled(false);
+}
+
+void MainWindow::ClearLog()
+{
+    m_traceModel->Clear();
+}
+
+void MainWindow::StreloDialogOpen()
+{
+    ui->actionStreloVisual->setEnabled(false);
+    m_controller->ShowRemoteControl();
+}
+
+void MainWindow::StreloDialogClosed(int nResult)
+{
+    ui->actionStreloVisual->setEnabled(true);
+}
+
+void MainWindow::FlasherSyncDialogOpen()
+{
+    m_maintenance->FlasherSyncDialogOpen();
+}
+
+void MainWindow::FlasherSyncSoft()
+{
+    m_maintenance->FlasherSyncSoft();
+}
+
+void MainWindow::FlasherSyncHard()
+{
+    m_maintenance->FlasherSyncHard();
+}
+
+void MainWindow::SetOSI2Address()
+{
+    m_maintenance->SetOSI2Address();
+}
+
+void MainWindow::UpgradeFirmware()
+{
+}
+
+void MainWindow::DisconnectAfterOSI2AddressChange()
+{
+    m_maintenance->DisconnectAfterOSI2AddressChange();
+}
+
+void MainWindow::ConfigureTrace()
+{
+    DisconnectTraceSignals();
+
+    QStringList headers;
+    const bool enabled = LichtwartSettings::Read(m_settings, LichtwartSettings::TraceEnabled).toBool();
+    if (!enabled) {
+        ui->listTrace->setEnabled(false);
+    } else {
+        const int level = LichtwartSettings::Read(m_settings, LichtwartSettings::TraceLevel).toInt();
+        switch (level) {
+        case CTraceFormat::Osi7:
+            connect(m_controller, &CTrafficLightController::TraceOSI7, this,
+                    qOverload<bool, int, const QString &, const QString &, int, int, const QString &>(
+                        &MainWindow::ShowTrace));
+            break;
+        case CTraceFormat::Osi2:
+            connect(m_controller, &CTrafficLightController::TraceOSI2, this,
+                    qOverload<bool, const QString &, int, int, bool, bool, bool, const QString &, int, int,
+                              const QString &>(&MainWindow::ShowTrace));
+            break;
+        case CTraceFormat::Raw:
+            connect(m_controller, &CTrafficLightController::TraceAsync, this,
+                    qOverload<bool, const QString &>(&MainWindow::ShowTrace));
+            break;
+        }
+        // Any other level shows nothing and leaves the table's enabled state as it was.
+        for (const QString &header : CTraceFormat::Headers(level))
+            headers << tr(header.toUtf8().constData());
+        if (!headers.isEmpty())
+            ui->listTrace->setEnabled(true);
+    }
+
+    const int lines = LichtwartSettings::Read(m_settings, LichtwartSettings::TraceLines).toInt();
+    m_traceModel->Setup(headers, m_directionIcons, static_cast<quint32>(lines));
+    ConfigureTraceTable();
+}
+
+void MainWindow::DisconnectTraceSignals()
+{
+    disconnect(m_controller, &CTrafficLightController::TraceOSI7, this, nullptr);
+    disconnect(m_controller, &CTrafficLightController::TraceOSI2, this, nullptr);
+    disconnect(m_controller, &CTrafficLightController::TraceAsync, this, nullptr);
+}
+
+void MainWindow::ConfigureTraceTable()
+{
+    QTableView *table = ui->listTrace;
+    table->setShowGrid(false);
+    table->setCornerButtonEnabled(false);
+    table->setSelectionMode(QAbstractItemView::NoSelection);
+    table->setFocusPolicy(Qt::NoFocus);
+
+    QHeaderView *rows = table->verticalHeader();
+    rows->hide();
+    rows->setSectionResizeMode(QHeaderView::Fixed);
+    rows->setMinimumSectionSize(kTraceRowHeight);
+    rows->setDefaultSectionSize(kTraceRowHeight);
+    // The columns size themselves to the rows on screen only. Measuring every row (or the
+    // thousand the header looks at by default) on each new trace line would make a long trace
+    // slow to append to; every row has the same one-line layout, so the visible rows are enough.
+    rows->setResizeContentsPrecision(0);
+
+    QHeaderView *columns = table->horizontalHeader();
+    columns->setSectionResizeMode(QHeaderView::ResizeToContents);
+    columns->setStretchLastSection(true);
+    columns->setSectionsClickable(false);
+    columns->setDefaultAlignment(Qt::AlignCenter);
+
+    table->setModel(m_traceModel);
+}
+
+void MainWindow::ShowTrace(bool bInbound, const QString &qstrData)
+{
+    AppendTraceRow(bInbound, CTraceFormat::RawRow(bInbound, CTraceFormat::Timestamp(), qstrData));
+}
+
+void MainWindow::ShowTrace(bool bInbound, const QString &qstrFrameType, int nOSI3AddressID, int nLength, bool bPRM,
+                           bool bFCBorACD, bool bFCVorDFC, const QString &qstrFunction, int nAddress, int nChecksum,
+                           const QString &qstrData)
+{
+    AppendTraceRow(bInbound, CTraceFormat::Osi2Row(bInbound, CTraceFormat::Timestamp(), qstrFrameType,
+                                                   nOSI3AddressID, nLength, bPRM, bFCBorACD, bFCVorDFC,
+                                                   qstrFunction, nAddress, nChecksum, qstrData));
+}
+
+void MainWindow::ShowTrace(bool bInbound, int nLength, const QString &qstrFG, const QString &qstrAppID,
+                           int nJobNumber, int nBlockCount, const QString &qstrData)
+{
+    AppendTraceRow(bInbound, CTraceFormat::Osi7Row(bInbound, CTraceFormat::Timestamp(), nLength, qstrFG,
+                                                   qstrAppID, nJobNumber, nBlockCount, qstrData));
+}
+
+void MainWindow::AppendTraceRow(bool bInbound, const QStringList &cells)
+{
+    m_traceModel->AddRow(bInbound ? kIconReceive : kIconTransmit, cells);
+    // Row heights are fixed and the column widths follow the rows on screen by themselves (see
+    // ConfigureTraceTable), so keeping the newest row in view is all that is left to do.
+    ui->listTrace->scrollToBottom();
+}
+
+void MainWindow::ConnectionChanged(bool bConnected)
+{
+    ShowConnectionState(bConnected);
+    m_maintenance->ConnectionChanged(bConnected);
+    ui->actionFSync->setEnabled(bConnected);
+    ui->actionUpgradeFirmware->setEnabled(bConnected);
+}
+
+void MainWindow::SetStreloVersion(int nHWVMajor, int nHWVMinor, int nHWVRevision, int nSWVMajor, int nSWVMinor,
+                                  int nSWVRelease)
+{
+    m_versionLabel->setText(QStringLiteral("SWV-%1.%2.%3 / HWV-%4.%5.%6 ")
+                                .arg(nSWVMajor)
+                                .arg(nSWVMinor)
+                                .arg(nSWVRelease)
+                                .arg(nHWVMajor)
+                                .arg(nHWVMinor)
+                                .arg(nHWVRevision));
+}
+
+void MainWindow::SetUID(const QString qstrUID)
+{
+    m_uidLabel->setText(QStringLiteral("UID: ") + qstrUID);
+}
+
+void MainWindow::closeEvent(QCloseEvent *event)
+{
+    if (ui) {
+        SaveGeometry();
+        m_controller->Close();
+    }
+    ReleaseResources();
+    QMainWindow::closeEvent(event);
+}
+
+void MainWindow::SaveGeometry()
+{
+    m_settings.setValue(QLatin1String(LichtwartSettings::MainWindowSize), size());
+    m_settings.setValue(QLatin1String(LichtwartSettings::MainWindowPosition), pos());
+}
+
+// The window gives its resources back when it is closed; the entry point never deletes it.
+void MainWindow::ReleaseResources()
+{
+    delete ui;
+    ui = nullptr;
+    delete m_connectionLabel;
+    m_connectionLabel = nullptr;
+    delete m_versionLabel;
+    m_versionLabel = nullptr;
+    delete m_uidLabel;
+    m_uidLabel = nullptr;
+    delete m_controller;
+    m_controller = nullptr;
+}

@@ -1,0 +1,393 @@
+#include "CTrafficLightController.h"
+
+#include "StreloVisualDialog.h"
+#include "ui_StreloVisualDialog.h"
+
+#include "settings/LichtwartSettings.h"
+#include "trace/CTraceFormat.h"
+
+#include <QMap>
+#include <QMetaType>
+#include <QSignalBlocker>
+#include <QTimer>
+
+namespace {
+
+constexpr int kBlinkFlashMs = 200; // the yellow flasher lights briefly ...
+constexpr int kBlinkSlowMs = 800;  // ... and stays dark long; yellow blinks evenly with this
+
+// Directions of the trace hooks; anything else is not traced.
+constexpr int kReceived = 0;
+constexpr int kSent = 1;
+
+bool IsTracedDirection(int direction)
+{
+    return direction == kReceived || direction == kSent;
+}
+
+} // namespace
+
+CTrafficLightController::CTrafficLightController(QWidget *mainWindow) : QObject(mainWindow), m_settings()
+{
+    qRegisterMetaType<const STRELO_PRODUCT *>("const STRELO_PRODUCT*");
+
+    m_dialog = new StreloVisualDialog(mainWindow);
+    ConnectDialog(mainWindow);
+
+    m_blinkTimer = new QTimer(this);
+    m_blinkTimer->setSingleShot(true);
+    m_blinkPhase = false;
+    connect(m_blinkTimer, &QTimer::timeout, this, &CTrafficLightController::UpdateBlinkCycle);
+
+    emit ConnectionChanged(false);
+}
+
+CTrafficLightController::~CTrafficLightController()
+{
+    // The reader and timer threads emit this object's signals; they must be gone before it is.
+    ShutDown();
+    delete m_dialog;
+}
+
+void CTrafficLightController::ConnectDialog(QWidget *mainWindow)
+{
+    Ui::StreloVisualDialog &form = m_dialog->Form();
+    connect(this, &CTrafficLightController::ConnectionChanged, m_dialog, &StreloVisualDialog::EnableControls);
+    connect(this, &CTrafficLightController::ConnectionChanged, this, &CTrafficLightController::OnLinkChange);
+    // The main window is known here only as a widget with that slot.
+    connect(m_dialog, SIGNAL(finished(int)), mainWindow, SLOT(StreloDialogClosed(int)));
+
+    connect(form.pbRED, &QPushButton::clicked, this, &CTrafficLightController::SetRedSetpoint);
+    connect(form.pbGRN, &QPushButton::clicked, this, &CTrafficLightController::SetGreenSetpoint);
+    connect(form.pbYEL, &QPushButton::clicked, this, &CTrafficLightController::SetYellowSetpoint);
+    connect(form.pbYEL, &CKeyModPushButton::clickedWithShift, this,
+            &CTrafficLightController::SetYellowSteadySetpoint);
+    connect(form.pbYEL, &CKeyModPushButton::clickedWithCtrl, this,
+            &CTrafficLightController::SetYellowFlasherSetpoint);
+    connect(form.pbYELRED, &QPushButton::clicked, this, &CTrafficLightController::SetYellowRedSetpoint);
+    connect(form.pbOFF, &QPushButton::clicked, this, &CTrafficLightController::SetOffSetpoint);
+    connect(form.hsIntensity, &QSlider::valueChanged, this, &CTrafficLightController::SetIntensity);
+    connect(form.pbRefresh, &QPushButton::clicked, this, &CTrafficLightController::RefreshCurrentMeters);
+
+    connect(this, &CTrafficLightController::ActualValueChanged, this, &CTrafficLightController::SetActualValue);
+    connect(this, &CTrafficLightController::DefectValueChanged, this, &CTrafficLightController::SetDefectValue);
+    connect(this, &CTrafficLightController::LuminosityChanged, this, &CTrafficLightController::SetGUIIntensity);
+    connect(this, &CTrafficLightController::CurrentDraineChanged, this,
+            &CTrafficLightController::SetGUICurrentDrain);
+}
+
+bool CTrafficLightController::ConnectPort(const QString &qstrPortName, int nBaudRate)
+{
+    return OpenLink(qstrPortName.toStdString(), CAsync::BaudIndexForRate(nBaudRate), false);
+}
+
+void CTrafficLightController::ShowRemoteControl()
+{
+    m_dialog->show();
+}
+
+// --- protocol hooks (reader and timer threads): they only emit ---
+
+void CTrafficLightController::LinkChanged(bool up)
+{
+    emit ConnectionChanged(up);
+}
+
+void CTrafficLightController::OnUserData(const ByteVector &telegram)
+{
+    DispatchReply(telegram);
+}
+
+void CTrafficLightController::OnActualValue(int image, bool on, bool blink)
+{
+    emit ActualValueChanged(image, on, blink);
+}
+
+void CTrafficLightController::OnDefectValue(int image, bool ok)
+{
+    emit DefectValueChanged(image, ok);
+}
+
+void CTrafficLightController::OnLuminosity(bool full)
+{
+    emit LuminosityChanged(full);
+}
+
+void CTrafficLightController::OnCurrentDrain(int image, double milliAmps)
+{
+    emit CurrentDraineChanged(image, milliAmps);
+}
+
+void CTrafficLightController::OnVersion(int hwMajor, int hwMinor, int hwRevision, int swMajor, int swMinor,
+                                        int swRelease)
+{
+    emit VersionChanged(hwMajor, hwMinor, hwRevision, swMajor, swMinor, swRelease);
+}
+
+void CTrafficLightController::OnDevice(const STRELO_PRODUCT *product)
+{
+    emit DeviceChanged(product);
+}
+
+void CTrafficLightController::OnUID(const std::string &uid)
+{
+    emit UIDChanged(QString::fromStdString(uid));
+}
+
+void CTrafficLightController::TraceBytes(int level, int direction, const ByteVector &data)
+{
+    if (IsTracedDirection(direction))
+        emit TraceAsync(direction == kReceived, CTraceFormat::Octets(data));
+}
+
+void CTrafficLightController::TraceTelegram(int level, int direction, int frameType, int osi3AddressId, int length,
+                                            bool prm, bool fcbOrAcd, bool fcvOrDfc, const std::string &function,
+                                            int address, int checksum, const ByteVector &data)
+{
+    if (IsTracedDirection(direction))
+        emit TraceOSI2(direction == kReceived, CTraceFormat::FrameType(frameType), osi3AddressId, length, prm,
+                       fcbOrAcd, fcvOrDfc, QString::fromStdString(function), address, checksum,
+                       CTraceFormat::Octets(data));
+}
+
+void CTrafficLightController::TraceOsi7(int level, int direction, int length, const std::string &fgName,
+                                        const std::string &appIdName, int jobNumber, int blockCount,
+                                        const ByteVector &block)
+{
+    if (IsTracedDirection(direction))
+        emit TraceOSI7(direction == kReceived, length, QString::fromStdString(fgName),
+                       QString::fromStdString(appIdName), jobNumber, blockCount, CTraceFormat::Octets(block));
+}
+
+// --- commands (GUI thread) ---
+
+void CTrafficLightController::OnLinkChange(bool bLinkIsUp)
+{
+    if (!bLinkIsUp) {
+        ShowAllLampsOff();
+        m_blinkTimer->stop();
+        m_actualImage = 0;
+        m_lampState = 0;
+        return;
+    }
+    if (LichtwartSettings::Read(m_settings, LichtwartSettings::AddressAssign).toBool())
+        AssignOSI7Address(LichtwartSettings::Read(m_settings, LichtwartSettings::AddressOsi7).toInt());
+    for (int job : {kJobActualValue, kJobLuminosity, kJobDefects, kJobVersions, kJobUid})
+        QueueJob(job);
+}
+
+int CTrafficLightController::FlashingSetpointValue() const
+{
+    return FlashingValue(LichtwartSettings::Read(m_settings, LichtwartSettings::FlasherCyclePeriod).toInt());
+}
+
+void CTrafficLightController::SetRedSetpoint()
+{
+    SetSetpoint(kImageRed, 1);
+}
+
+void CTrafficLightController::SetGreenSetpoint()
+{
+    SetSetpoint(kImageGreen, 1);
+}
+
+void CTrafficLightController::SetYellowSetpoint()
+{
+    SetSetpoint(kImageYellow, FlashingSetpointValue());
+}
+
+void CTrafficLightController::SetYellowSteadySetpoint()
+{
+    SetSetpoint(kImageYellow, 1);
+}
+
+void CTrafficLightController::SetYellowFlasherSetpoint()
+{
+    SetSetpoint(kImageYellowFlasher, FlashingSetpointValue());
+}
+
+void CTrafficLightController::SetYellowRedSetpoint()
+{
+    SetSetpoint(kImageRedYellow, 1);
+}
+
+// The head has no image "off": the red image with value 0 switches the lamp dark.
+void CTrafficLightController::SetOffSetpoint()
+{
+    SetSetpoint(kImageRed, 0);
+}
+
+void CTrafficLightController::SetIntensity(int nIntensity)
+{
+    CStreloDevice::SetIntensity(nIntensity == 1);
+}
+
+void CTrafficLightController::RefreshCurrentMeters()
+{
+    CStreloDevice::RefreshCurrentMeters();
+}
+
+void CTrafficLightController::SwitchToFirmwareUploadMode(int nPortID, int nBaudrateID, int nPortFeatures)
+{
+    CStreloDevice::SwitchToFirmwareUploadMode(nPortID, nBaudrateID, nPortFeatures);
+}
+
+// --- display (GUI thread) ---
+
+QPushButton *CTrafficLightController::LampButton(int nTLSImageCode) const
+{
+    Ui::StreloVisualDialog &form = m_dialog->Form();
+    switch (nTLSImageCode) {
+    case kImageRed:
+        return form.pbRED;
+    case kImageYellow:
+    case kImageYellowFlasher:
+        return form.pbYEL;
+    case kImageGreen:
+        return form.pbGRN;
+    case kImageRedYellow:
+        return form.pbYELRED;
+    default:
+        return nullptr;
+    }
+}
+
+void CTrafficLightController::ShowLamp(int nTLSImageCode, LampLook look)
+{
+    static const QMap<int, QString> kFamilies = {{kImageRed, QStringLiteral("red")},
+                                                 {kImageYellow, QStringLiteral("yel")},
+                                                 {kImageYellowFlasher, QStringLiteral("yel")},
+                                                 {kImageGreen, QStringLiteral("grn")},
+                                                 {kImageRedYellow, QStringLiteral("yel-red")}};
+    static const QMap<LampLook, QString> kLooks = {{LampLook::Off, QStringLiteral("off")},
+                                                   {LampLook::On, QStringLiteral("on")},
+                                                   {LampLook::Defective, QStringLiteral("defective")}};
+    QPushButton *button = LampButton(nTLSImageCode);
+    if (button)
+        button->setIcon(QIcon(QStringLiteral(":32x32/%1-%2").arg(kFamilies.value(nTLSImageCode), kLooks.value(look))));
+}
+
+void CTrafficLightController::ShowAllLampsOff()
+{
+    for (int image : {kImageRed, kImageYellow, kImageGreen, kImageRedYellow})
+        ShowLamp(image, LampLook::Off);
+}
+
+// The defect flags exist for the four lamp images only.
+bool *CTrafficLightController::DefectFlag(int nTLSImageCode)
+{
+    switch (nTLSImageCode) {
+    case kImageRed:
+        return &m_redDefect;
+    case kImageYellow:
+        return &m_yellowDefect;
+    case kImageGreen:
+        return &m_greenDefect;
+    case kImageRedYellow:
+        return &m_redYellowDefect;
+    default:
+        return nullptr;
+    }
+}
+
+void CTrafficLightController::SetActualValue(int nTLSImageCode, bool bOn, bool bBlink)
+{
+    // A defective image may report nonsense until the head calls it good again.
+    const bool *defect = DefectFlag(nTLSImageCode);
+    if (defect && *defect && LichtwartSettings::Read(m_settings, LichtwartSettings::BehaviorIgnoreActVal).toBool())
+        return;
+
+    ShowAllLampsOff();
+    m_blinkTimer->stop();
+    m_actualImage = nTLSImageCode;
+    if (bOn) {
+        m_lampState = 1;
+        ShowLamp(nTLSImageCode, LampLook::On);
+    } else {
+        m_lampState = 0;
+    }
+    if (bBlink) {
+        m_blinkPhase = bOn;
+        m_lampState = 2;
+        m_blinkTimer->start(nTLSImageCode == kImageYellowFlasher ? kBlinkFlashMs : kBlinkSlowMs);
+    }
+}
+
+// Only the yellow lamp blinks.
+void CTrafficLightController::UpdateBlinkCycle()
+{
+    m_blinkPhase = !m_blinkPhase;
+    if (m_yellowDefect)
+        ShowLamp(kImageYellow, LampLook::Defective);
+    else
+        ShowLamp(kImageYellow, m_blinkPhase ? LampLook::On : LampLook::Off);
+
+    const bool flashPhase = m_actualImage == kImageYellowFlasher && m_blinkPhase;
+    m_blinkTimer->start(flashPhase ? kBlinkFlashMs : kBlinkSlowMs);
+}
+
+void CTrafficLightController::SetDefectValue(int nTLSImageCode, bool bImageIsOk)
+{
+    if (nTLSImageCode == kImageYellow || nTLSImageCode == kImageYellowFlasher)
+        ShowDefectOfYellowLamp(bImageIsOk);
+    else if (DefectFlag(nTLSImageCode))
+        ShowDefectOfSteadyLamp(nTLSImageCode, bImageIsOk);
+}
+
+void CTrafficLightController::ShowDefectOfSteadyLamp(int nTLSImageCode, bool bImageIsOk)
+{
+    *DefectFlag(nTLSImageCode) = !bImageIsOk;
+    if (!bImageIsOk)
+        ShowLamp(nTLSImageCode, LampLook::Defective);
+    else if (m_lampState == 0)
+        ShowLamp(nTLSImageCode, LampLook::Off);
+    else if (m_actualImage == nTLSImageCode)
+        ShowLamp(nTLSImageCode, LampLook::On);
+    // Lit with another image: the button keeps what it shows.
+}
+
+void CTrafficLightController::ShowDefectOfYellowLamp(bool bImageIsOk)
+{
+    m_yellowDefect = !bImageIsOk;
+    if (!bImageIsOk) {
+        ShowLamp(kImageYellow, LampLook::Defective);
+        return;
+    }
+    if (m_lampState == 0) {
+        ShowLamp(kImageYellow, LampLook::Off);
+        return;
+    }
+    if (m_actualImage == kImageYellow)
+        ShowLamp(kImageYellow, LampLook::On);
+    if (m_lampState == 2) {
+        m_blinkPhase = true;
+        m_blinkTimer->start(kBlinkSlowMs);
+    }
+}
+
+void CTrafficLightController::SetGUIIntensity(bool bFull)
+{
+    Ui::StreloVisualDialog &form = m_dialog->Form();
+    form.lblIntensityActValue->setPixmap(QPixmap(bFull ? QStringLiteral(":16x16/bulb") : QStringLiteral(":16x16/bulb-off")));
+    // The report must not travel back to the head as a command.
+    const QSignalBlocker blocker(form.hsIntensity);
+    form.hsIntensity->setValue(bFull ? 1 : 0);
+}
+
+void CTrafficLightController::SetGUICurrentDrain(int nTLSImageCode, double dMilliAmps)
+{
+    Ui::StreloVisualDialog &form = m_dialog->Form();
+    switch (nTLSImageCode) {
+    case kImageRed:
+        form.lcdRED->display(dMilliAmps);
+        break;
+    case kImageYellow:
+        form.lcdYEL->display(dMilliAmps);
+        break;
+    case kImageGreen:
+        form.lcdGRN->display(dMilliAmps);
+        break;
+    default:
+        break;
+    }
+}

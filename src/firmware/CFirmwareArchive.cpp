@@ -1,0 +1,168 @@
+#include "CFirmwareArchive.h"
+
+#include "CFirmwareException.h"
+
+#include <archive.h>
+#include <archive_entry.h>
+
+#include <cstdio>
+#include <cstring>
+#include <filesystem>
+#include <memory>
+
+namespace {
+
+constexpr std::size_t kPieceBytes = 10000; // block size of the reader and of every member read
+
+std::string MiB(std::uint64_t bytes)
+{
+    return std::to_string(bytes >> 20) + " MiB";
+}
+
+[[noreturn]] void FailFile(int code, const std::string &path)
+{
+    if (code == CFirmwareException::FileTooLarge)
+        throw CFirmwareException(code, "Firmware file '" + path + "' is larger than " +
+                                           MiB(CFirmwareArchive::kMaxFileBytes));
+    throw CFirmwareException(code, "Failed to read firmware file '" + path + "'");
+}
+
+// Files that are too large are turned away before the archive library reads a byte; devices and
+// pipes, whose size says nothing, are bounded while reading.
+void CheckFileSize(const std::string &path)
+{
+    std::error_code error;
+    const auto status = std::filesystem::status(path, error);
+    if (error || !std::filesystem::is_regular_file(status))
+        return;
+    const std::uintmax_t size = std::filesystem::file_size(path, error);
+    if (!error && size > CFirmwareArchive::kMaxFileBytes)
+        FailFile(CFirmwareException::FileTooLarge, path);
+}
+
+std::string ErrorText(struct archive *reader)
+{
+    const char *text = archive_error_string(reader);
+    return text != nullptr ? text : "unknown error";
+}
+
+} // namespace
+
+CFirmwareArchive::CFirmwareArchive(const std::string &path) : path(path)
+{
+    CheckFileSize(path);
+    archive.reset(archive_read_new());
+    // An empty name would make the library read standard input.
+    if (!archive || path.empty())
+        FailFile(CFirmwareException::FileNotReadable, path);
+    archive_read_support_filter_all(archive.get());
+    archive_read_support_format_all(archive.get());
+    archive_read_support_format_raw(archive.get());
+    if (archive_read_open_filename(archive.get(), path.c_str(), kPieceBytes) != ARCHIVE_OK)
+        FailFile(CFirmwareException::FileNotReadable, path);
+}
+
+void CFirmwareArchive::ReaderFree::operator()(struct archive *reader) const
+{
+    archive_read_free(reader);
+}
+
+void CFirmwareArchive::ReadMembers(ByteVector &firmware, ByteVector &manifest)
+{
+    archive_entry *entry = nullptr;
+    while (archive_read_next_header(archive.get(), &entry) == ARCHIVE_OK) {
+        const char *name = archive_entry_pathname(entry);
+        if (name != nullptr && std::strcmp(name, kFirmwareMember) == 0)
+            ReadMember(entry, kFirmwareMember, kMaxFileBytes, firmware);
+        else if (name != nullptr && std::strcmp(name, kManifestMember) == 0)
+            ReadMember(entry, kManifestMember, kMaxManifestBytes, manifest);
+        else
+            SkipMember();
+    }
+}
+
+// Reads a member in pieces until the library reports its end. Its header's size is checked before
+// anything is read and the data are held against it while reading, so a member that declares a
+// huge size or holds more than it declares is turned away early.
+void CFirmwareArchive::ReadMember(archive_entry *entry, const char *name, std::size_t limit,
+                                  ByteVector &into)
+{
+    const bool declared = archive_entry_size_is_set(entry) != 0;
+    const std::int64_t size = archive_entry_size(entry);
+    if (declared && size < 0)
+        FailMember(CFirmwareException::MemberSizeIllegal, name,
+                   "declares an illegal size (" + std::to_string(size) + " bytes)");
+    if (declared && std::uint64_t(size) > limit)
+        FailMember(CFirmwareException::MemberSizeIllegal, name, "is larger than " + MiB(limit));
+
+    into.clear();
+    into.reserve(declared ? std::size_t(size) : 0);
+    std::uint8_t piece[kPieceBytes];
+    for (;;) {
+        const la_ssize_t read = archive_read_data(archive.get(), piece, sizeof piece);
+        if (read < 0)
+            FailMember(CFirmwareException::MemberNotReadable, name,
+                       "cannot be read: " + ErrorText(archive.get()));
+        if (read == 0)
+            break;
+        CountUnpacked(std::size_t(read));
+        into.insert(into.end(), piece, piece + read);
+        if (declared && into.size() > std::uint64_t(size))
+            FailMember(CFirmwareException::MemberSizeMismatch, name,
+                       "holds more data than the " + std::to_string(size) +
+                           " bytes its header declares");
+        if (into.size() > limit)
+            FailMember(CFirmwareException::MemberSizeIllegal, name, "is larger than " + MiB(limit));
+    }
+    if (declared && into.size() != std::uint64_t(size))
+        FailMember(CFirmwareException::MemberSizeMismatch, name,
+                   "holds " + std::to_string(into.size()) + " bytes while its header declares " +
+                       std::to_string(size));
+}
+
+// Skipping a compressed member means unpacking it, so skipped data count against the limit too.
+// A member that cannot be read to its end is left where it broke off; the next header then ends
+// the walk.
+void CFirmwareArchive::SkipMember()
+{
+    const void *block = nullptr;
+    std::size_t bytes = 0;
+    la_int64_t offset = 0;
+    while (archive_read_data_block(archive.get(), &block, &bytes, &offset) == ARCHIVE_OK)
+        CountUnpacked(bytes);
+}
+
+void CFirmwareArchive::CountUnpacked(std::size_t bytes)
+{
+    unpacked += bytes;
+    if (unpacked > kMaxUnpackedBytes)
+        throw CFirmwareException(CFirmwareException::ArchiveTooLarge,
+                                 "Archive '" + path + "' unpacks to more than " +
+                                     MiB(kMaxUnpackedBytes));
+}
+
+void CFirmwareArchive::FailMember(int code, const char *name, const std::string &what) const
+{
+    throw CFirmwareException(code, "Member '" + std::string(name) + "' of archive '" + path +
+                                       "' " + what);
+}
+
+ByteVector CFirmwareArchive::ReadPlainFile(const std::string &path)
+{
+    CheckFileSize(path);
+    const std::unique_ptr<std::FILE, int (*)(std::FILE *)> file(std::fopen(path.c_str(), "rb"),
+                                                                 &std::fclose);
+    if (!file)
+        FailFile(CFirmwareException::FileNotReadable, path);
+    ByteVector bytes;
+    std::uint8_t piece[kPieceBytes];
+    std::size_t read = 0;
+    while ((read = std::fread(piece, 1, sizeof piece, file.get())) > 0) {
+        bytes.insert(bytes.end(), piece, piece + read);
+        if (bytes.size() > kMaxFileBytes)
+            FailFile(CFirmwareException::FileTooLarge, path);
+    }
+    if (std::ferror(file.get()))
+        FailFile(CFirmwareException::FileNotReadable, path);
+    return bytes;
+}
