@@ -14,12 +14,17 @@ constexpr int kOsi2Address = 5;
 constexpr int kOsi7Address = 7;
 constexpr int kWaitMs = 5000;
 
-// Declared in this order so that the device goes first, then the far station, then the pty.
+// The device goes first, then the far station, then the pty. All three live on the heap: the
+// thread sanitizer forgets a mutex only when its memory is freed, and a stack slot reused by
+// the next test would look to it like one mutex locked in two orders.
 struct Line
 {
-    PtyPair pty;
-    ScriptedPeer peer {pty};
-    RecordingDevice device;
+    std::unique_ptr<PtyPair> ptyOwner = std::make_unique<PtyPair>();
+    std::unique_ptr<ScriptedPeer> peerOwner = std::make_unique<ScriptedPeer>(*ptyOwner);
+    std::unique_ptr<RecordingDevice> deviceOwner = std::make_unique<RecordingDevice>();
+    PtyPair &pty = *ptyOwner;
+    ScriptedPeer &peer = *peerOwner;
+    RecordingDevice &device = *deviceOwner;
 
     bool Open() { return pty.IsValid() && device.OpenLink(pty.SlavePath().toStdString(), 10, false); }
     bool BringUp()
