@@ -1,0 +1,40 @@
+#include "PacedQueue.h"
+
+#include <algorithm>
+
+namespace strelosim {
+
+void PacedQueue::Push(const Bytes &bytes, TimePoint ready, std::chrono::nanoseconds characterTime)
+{
+    TimePoint due = std::max(ready, m_lastDue);
+    for (const std::uint8_t b : bytes) {
+        due += std::chrono::duration_cast<Clock::duration>(characterTime);
+        m_bytes.push_back(Entry {due, b});
+    }
+    m_lastDue = due;
+}
+
+Bytes PacedQueue::Due(TimePoint now) const
+{
+    Bytes bytes;
+    for (const Entry &entry : m_bytes) {
+        if (entry.due > now)
+            break;
+        bytes.push_back(entry.value);
+    }
+    return bytes;
+}
+
+void PacedQueue::Pop(std::size_t count)
+{
+    m_bytes.erase(m_bytes.begin(), m_bytes.begin() + static_cast<std::ptrdiff_t>(std::min(count, m_bytes.size())));
+}
+
+std::optional<TimePoint> PacedQueue::NextDue() const
+{
+    if (m_bytes.empty())
+        return std::nullopt;
+    return m_bytes.front().due;
+}
+
+} // namespace strelosim

@@ -1,0 +1,166 @@
+#include "SimRunner.h"
+
+#include <algorithm>
+#include <ostream>
+#include <poll.h>
+
+namespace strelosim {
+
+namespace {
+
+constexpr std::size_t kReadChunk = 4096;
+
+} // namespace
+
+SimRunner::SimRunner(const SimOptions &options, std::ostream &out, std::ostream &err)
+    : m_options(options)
+    , m_out(out)
+    , m_log(options.verbose ? &err : nullptr, &err)
+    , m_faults(options.drop, options.corrupt, options.seed)
+{
+}
+
+SimRunner::~SimRunner() = default;
+
+int SimRunner::Run()
+{
+    if (!SetUp())
+        return 1;
+    Serve();
+    return 0;
+}
+
+bool SimRunner::SetUp()
+{
+    std::string error;
+    if (!m_stop.Install(error) || !m_transport.Open(error)
+        || (!m_options.link.empty() && !m_link.Create(m_options.link, m_transport.TerminalPath(), error))) {
+        m_log.Error(error);
+        return false;
+    }
+    m_head = std::make_unique<StreloHead>(m_options.head, m_log);
+    m_out << "device: " << m_transport.TerminalPath() << std::endl;
+    return true;
+}
+
+void SimRunner::Serve()
+{
+    for (;;) {
+        pollfd fds[3] {
+            {m_stop.Fd(), POLLIN, 0},
+            {m_transport.WatchFd(), POLLIN, 0},
+            {m_transport.ControlFd(), static_cast<short>(POLLIN | (m_outputBlocked ? POLLOUT : 0)), 0},
+        };
+        const int timeoutNs = PollTimeoutNs(Clock::now());
+        timespec timeout {timeoutNs / 1'000'000'000, timeoutNs % 1'000'000'000};
+        if (ppoll(fds, 3, timeoutNs < 0 ? nullptr : &timeout, nullptr) < 0 && errno != EINTR)
+            return;
+        if (fds[0].revents & POLLIN)
+            return;
+        const TimePoint now = Clock::now();
+        // The close is looked at before the bytes: what the master writes after reopening the
+        // port must not be thrown away with the old session.
+        if (m_transport.TakeCloseEvents())
+            OnPortClosed(now);
+        ReadInput(now);
+        DeliverInput(now);
+        ReleaseAnswers(now);
+        WriteOutput(now);
+    }
+}
+
+int SimRunner::PollTimeoutNs(TimePoint now) const
+{
+    std::optional<TimePoint> next = m_input.NextDue();
+    const auto consider = [&](std::optional<TimePoint> candidate) {
+        if (candidate && (!next || *candidate < *next))
+            next = candidate;
+    };
+    if (!m_scheduled.empty())
+        consider(m_scheduled.front().due);
+    if (!m_outputBlocked)
+        consider(m_output.NextDue());
+    if (!next)
+        return -1;
+    const auto wait = std::chrono::duration_cast<std::chrono::nanoseconds>(*next - now).count();
+    return static_cast<int>(std::clamp<long long>(wait, 0, 1'000'000'000 - 1));
+}
+
+void SimRunner::OnPortClosed(TimePoint now)
+{
+    // Nobody listens any more: answers still waiting would reach the next session as garbage.
+    m_log.Write(now, "port", "closed");
+    m_head->PortClosed(now);
+    m_scheduled.clear();
+    m_output.Clear();
+    m_outputBlocked = false;
+    m_faults.ForgetLastByte();
+}
+
+std::chrono::nanoseconds SimRunner::CharacterTime(bool parityBit) const
+{
+    return m_options.pace ? m_transport.CharacterTime(parityBit) : std::chrono::nanoseconds(0);
+}
+
+void SimRunner::ReadInput(TimePoint now)
+{
+    Bytes chunk(kReadChunk);
+    for (;;) {
+        const std::size_t n = m_transport.Read(chunk.data(), chunk.size());
+        if (n == 0)
+            return;
+        m_input.Push(Bytes(chunk.begin(), chunk.begin() + static_cast<std::ptrdiff_t>(n)), now,
+                     CharacterTime(!m_head->InBootLoader()));
+    }
+}
+
+void SimRunner::DeliverInput(TimePoint now)
+{
+    const Bytes due = m_input.Due(now);
+    if (due.empty())
+        return;
+    m_input.Pop(due.size());
+    Schedule(m_head->Receive(due.data(), due.size(), now), now);
+}
+
+void SimRunner::Schedule(std::vector<Transmission> answers, TimePoint now)
+{
+    for (Transmission &answer : answers) {
+        const TimePoint due = std::max(now + m_options.latency + answer.delay, m_lastScheduled);
+        m_lastScheduled = due;
+        m_scheduled.push_back(Scheduled {due, std::move(answer)});
+    }
+}
+
+void SimRunner::ReleaseAnswers(TimePoint now)
+{
+    while (!m_scheduled.empty() && m_scheduled.front().due <= now) {
+        const Transmission answer = std::move(m_scheduled.front().transmission);
+        m_scheduled.pop_front();
+        if (m_options.silent)
+            continue;
+        const FaultInjector::Result sent = m_faults.Apply(answer.bytes);
+        std::string line = answer.description;
+        if (m_faults.Active()) {
+            line += " DROPPED=" + std::to_string(sent.dropped) + " CORRUPTED=" + std::to_string(sent.corrupted)
+                + " GUARD=" + (sent.guarded ? "1" : "0");
+        }
+        m_log.Write(now, answer.channel, line);
+        m_output.Push(sent.bytes, now, CharacterTime(answer.parityBit));
+    }
+}
+
+void SimRunner::WriteOutput(TimePoint now)
+{
+    const Bytes due = m_output.Due(now);
+    if (due.empty()) {
+        m_outputBlocked = false;
+        return;
+    }
+    const std::size_t written = m_transport.Write(due);
+    m_output.Pop(written);
+    // The master is not reading: wait until the terminal takes bytes again.
+    m_outputBlocked = written < due.size();
+}
+
+} // namespace strelosim

@@ -1,0 +1,66 @@
+#pragma once
+
+#include "EventLog.h"
+#include "FaultInjector.h"
+#include "PacedQueue.h"
+#include "PtyTransport.h"
+#include "SimOptions.h"
+#include "StopSignal.h"
+#include "StreloHead.h"
+#include "SymlinkGuard.h"
+
+#include <deque>
+#include <iosfwd>
+#include <memory>
+
+namespace strelosim {
+
+// The simulator's main loop: one thread blocked in poll on the terminal, the file watch and the
+// stop signal, waking only for bytes, for a due answer or for the next paced byte.
+//
+// Received bytes pass through an input queue (paced at the line's character time with --pace) to
+// the head. Its answers wait for the latency and the head's own delay, leave in the order they
+// were made, pass the fault injector and an output queue (paced as well) onto the line.
+class SimRunner
+{
+public:
+    SimRunner(const SimOptions &options, std::ostream &out, std::ostream &err);
+    ~SimRunner();
+
+    // Sets up the terminal, prints the device line and serves until stopped; the exit code.
+    int Run();
+
+private:
+    struct Scheduled
+    {
+        TimePoint due;
+        Transmission transmission;
+    };
+
+    bool SetUp();
+    void Serve();
+    int PollTimeoutNs(TimePoint now) const;
+    void OnPortClosed(TimePoint now);
+    void ReadInput(TimePoint now);
+    void DeliverInput(TimePoint now);
+    void Schedule(std::vector<Transmission> answers, TimePoint now);
+    void ReleaseAnswers(TimePoint now);
+    void WriteOutput(TimePoint now);
+    std::chrono::nanoseconds CharacterTime(bool parityBit) const;
+
+    SimOptions m_options;
+    std::ostream &m_out;
+    EventLog m_log;
+    PtyTransport m_transport;
+    StopSignal m_stop;
+    SymlinkGuard m_link;
+    std::unique_ptr<StreloHead> m_head;
+    FaultInjector m_faults;
+    PacedQueue m_input;
+    PacedQueue m_output;
+    std::deque<Scheduled> m_scheduled;
+    TimePoint m_lastScheduled {};
+    bool m_outputBlocked = false;
+};
+
+} // namespace strelosim
