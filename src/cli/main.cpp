@@ -1,4 +1,6 @@
 #include "CliOptions.h"
+#include "DeviceCommands.h"
+#include "FirmwareInfoCommand.h"
 #include "settings/LichtwartSettings.h"
 
 #include <QCoreApplication>
@@ -33,6 +35,10 @@ int main(int argc, char *argv[])
         out << "lichtwart-cli " << QCoreApplication::applicationVersion() << "\n";
         return 0;
     }
+    if (options.command == QLatin1String("firmware-info"))
+        return RunFirmwareInfoCommand(options.commandArguments, out, err);
+    if (DeviceCommands::IsDeviceCommand(options.command))
+        return DeviceCommands::Run(options, out, err);
     err << "lichtwart-cli: unknown command '" << options.command << "'\n";
     return kExitUsage;
 }

@@ -1,0 +1,223 @@
+#include "DeviceSession.h"
+
+#include "CliDevice.h"
+#include "SignalWatcher.h"
+#include "settings/LichtwartSettings.h"
+
+#include <QCoreApplication>
+#include <QEventLoop>
+#include <QSettings>
+#include <QTimer>
+
+namespace {
+
+// How often a command the device cannot take yet (a telegram is still pending) is offered again.
+constexpr int kRetryCommandMs = 20;
+
+QString Bool01(bool value)
+{
+    return value ? QStringLiteral("1") : QStringLiteral("0");
+}
+
+} // namespace
+
+DeviceSession::DeviceSession(const CliOptions &options, QTextStream &out, QTextStream &err)
+    : m_options(options)
+    , m_out(out)
+    , m_err(err)
+    , m_device(std::make_unique<CliDevice>(options.trace))
+{
+    CliDevice *device = m_device.get();
+    connect(device, &CliDevice::LinkChangedSignal, this, &DeviceSession::OnLinkChanged, Qt::QueuedConnection);
+    connect(device, &CliDevice::TraceLine, this, [this](const QString &line) {
+        m_err << line << "\n";
+        m_err.flush();
+    }, Qt::QueuedConnection);
+    connect(device, &CliDevice::ActualValue, this, [this](int image, bool on, bool blink) {
+        PrintLine(QStringLiteral("actual: image=%1 on=%2 blink=%3").arg(image).arg(Bool01(on), Bool01(blink)));
+    }, Qt::QueuedConnection);
+    connect(device, &CliDevice::DefectValue, this, [this](int image, bool ok) {
+        PrintLine(QStringLiteral("defect: image=%1 ok=%2").arg(image).arg(Bool01(ok)));
+    }, Qt::QueuedConnection);
+    connect(device, &CliDevice::Luminosity, this, [this](bool full) {
+        PrintLine(full ? QStringLiteral("luminosity: full") : QStringLiteral("luminosity: dim"));
+    }, Qt::QueuedConnection);
+    connect(device, &CliDevice::CurrentDrain, this, [this](int image, double milliAmps) {
+        PrintLine(QStringLiteral("current: image=%1 mA=%2").arg(image).arg(milliAmps, 0, 'f', 1));
+    }, Qt::QueuedConnection);
+    connect(device, &CliDevice::Version, this, [this](int hw1, int hw2, int hw3, int sw1, int sw2, int sw3) {
+        m_hardware = QStringLiteral("%1.%2.%3").arg(hw1).arg(hw2).arg(hw3);
+        m_software = QStringLiteral("%1.%2.%3").arg(sw1).arg(sw2).arg(sw3);
+        m_haveVersion = true;
+        Reevaluate();
+    }, Qt::QueuedConnection);
+    connect(device, &CliDevice::Device, this, [this](const STRELO_PRODUCT *product) {
+        m_product = product != nullptr ? product->id : QStringLiteral("unknown");
+        m_haveDevice = true;
+        Reevaluate();
+    }, Qt::QueuedConnection);
+    connect(device, &CliDevice::Uid, this, [this](const QString &uid) {
+        m_uid = uid;
+        m_haveUid = true;
+        Reevaluate();
+    }, Qt::QueuedConnection);
+
+    auto *watcher = new SignalWatcher(this);
+    connect(watcher, &SignalWatcher::Interrupted, this, [this] {
+        m_interrupted = true;
+        if (m_loop != nullptr)
+            m_loop->quit();
+    });
+}
+
+DeviceSession::~DeviceSession() = default;
+
+bool DeviceSession::Open()
+{
+    const int baudIndex = CAsync::BaudIndexForRate(m_options.baudRate);
+    if (!m_device->OpenLink(m_options.device.toStdString(), baudIndex, false)) {
+        m_err << "error: the device " << m_options.device << " could not be opened\n";
+        return false;
+    }
+    m_device->Connect(m_options.osi2Address, m_options.osi7Address);
+    return true;
+}
+
+bool DeviceSession::Identify()
+{
+    if (WaitFor([this] { return m_haveVersion && m_haveDevice && m_haveUid; }, m_options.timeoutMs))
+        return true;
+    if (!m_interrupted) {
+        m_err << (m_linkSeen ? "error: the device on " : "error: no link to the device on ") << m_options.device
+              << (m_linkSeen ? " was not identified within " : " within ") << m_options.timeoutMs << " ms\n";
+    }
+    return false;
+}
+
+int DeviceSession::RunIdentify()
+{
+    if (!Open())
+        return kExitOpenFailed;
+    const bool identified = Identify();
+    if (identified) {
+        m_out << "product: " << m_product << "\n"
+              << "hardware: " << m_hardware << "\n"
+              << "software: " << m_software << "\n"
+              << "uid: " << m_uid << "\n";
+        m_out.flush();
+    }
+    Finish();
+    return identified ? kExitOk : kExitNoLink;
+}
+
+int DeviceSession::RunAction(const Action &action)
+{
+    if (!Open())
+        return kExitOpenFailed;
+    if (!Identify()) {
+        Finish();
+        return kExitNoLink;
+    }
+    // The device drops a command while another telegram is pending; offer it again until it is
+    // taken, within the time-out.
+    QTimer retry;
+    retry.setInterval(kRetryCommandMs);
+    bool sent = action(*m_device);
+    connect(&retry, &QTimer::timeout, this, [&] {
+        sent = sent || action(*m_device);
+        Reevaluate();
+    });
+    if (!sent) {
+        retry.start();
+        WaitFor([&] { return sent; }, m_options.timeoutMs);
+        retry.stop();
+    }
+    if (!sent) {
+        if (!m_interrupted)
+            m_err << "error: the device on " << m_options.device << " did not take the command within "
+                  << m_options.timeoutMs << " ms\n";
+        Finish();
+        return kExitNoLink;
+    }
+    m_printReports = true;
+    Settle(m_options.settleMs);
+    Finish();
+    return kExitOk;
+}
+
+int DeviceSession::RunMonitor(int durationMs)
+{
+    if (!Open())
+        return kExitOpenFailed;
+    m_printReports = true;
+    Settle(durationMs);
+    Finish();
+    if (!m_linkSeen && !m_interrupted) {
+        m_err << "error: no link to the device on " << m_options.device << " within " << durationMs << " ms\n";
+        return kExitNoLink;
+    }
+    return kExitOk;
+}
+
+bool DeviceSession::WaitFor(const std::function<bool()> &condition, int timeoutMs)
+{
+    if (condition())
+        return true;
+    if (m_interrupted)
+        return false;
+    QEventLoop loop;
+    QTimer deadline;
+    deadline.setSingleShot(true);
+    connect(&deadline, &QTimer::timeout, &loop, &QEventLoop::quit);
+    deadline.start(timeoutMs);
+    m_condition = condition;
+    m_loop = &loop;
+    loop.exec();
+    m_loop = nullptr;
+    m_condition = nullptr;
+    return condition();
+}
+
+void DeviceSession::Settle(int milliseconds)
+{
+    WaitFor([] { return false; }, milliseconds);
+}
+
+void DeviceSession::Reevaluate()
+{
+    if (m_loop != nullptr && m_condition && m_condition())
+        m_loop->quit();
+}
+
+void DeviceSession::Finish()
+{
+    m_device->Disconnect();
+    m_device->Close();
+    // Reports already queued from the reader thread are still printed when they are wanted.
+    QCoreApplication::processEvents();
+    m_out.flush();
+}
+
+void DeviceSession::OnLinkChanged(bool up)
+{
+    if (up && !m_linkUp) {
+        // At every link-up the head is given its OSI 7 address (when the settings ask for it) and
+        // asked for its actual value, luminosity, defects, versions and UID.
+        const QSettings settings;
+        if (LichtwartSettings::Read(settings, LichtwartSettings::AddressAssign).toBool())
+            m_device->AssignOSI7Address(m_options.osi7Address);
+        for (int job = 0; job <= 4; ++job)
+            m_device->QueueJob(job);
+    }
+    m_linkUp = up;
+    m_linkSeen = m_linkSeen || up;
+    Reevaluate();
+}
+
+void DeviceSession::PrintLine(const QString &line)
+{
+    if (!m_printReports)
+        return;
+    m_out << line << "\n";
+    m_out.flush();
+}

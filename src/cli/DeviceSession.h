@@ -1,0 +1,69 @@
+#pragma once
+
+#include "CliOptions.h"
+
+#include <QObject>
+#include <QTextStream>
+
+#include <functional>
+#include <memory>
+
+class CliDevice;
+class CStreloDevice;
+class QEventLoop;
+struct STRELO_PRODUCT;
+
+// One CLI session with a head: opens the port, runs the link procedure (with the start-up
+// sequence at every link-up, as the GUI does), waits for the identification, performs the command's
+// action, prints the reports that arrive within the settle time, then stops the link and closes.
+class DeviceSession : public QObject
+{
+    Q_OBJECT
+
+public:
+    // The command's action; false while the device cannot take it yet (another telegram pending).
+    using Action = std::function<bool(CStreloDevice &)>;
+
+    static constexpr int kExitOk = 0;
+    static constexpr int kExitOpenFailed = 1;
+    static constexpr int kExitNoLink = 3;
+
+    DeviceSession(const CliOptions &options, QTextStream &out, QTextStream &err);
+    ~DeviceSession() override;
+
+    // identify: prints product, versions and UID.
+    int RunIdentify();
+    // Any other device command: the action once the device is identified, then the settle time.
+    int RunAction(const Action &action);
+    // monitor: reports (and trace lines) for the duration or until SIGINT/SIGTERM.
+    int RunMonitor(int durationMs);
+
+private:
+    bool Open();
+    bool Identify();
+    bool WaitFor(const std::function<bool()> &condition, int timeoutMs);
+    void Settle(int milliseconds);
+    void Reevaluate();
+    void Finish();
+    void OnLinkChanged(bool up);
+    void PrintLine(const QString &line);
+
+    const CliOptions &m_options;
+    QTextStream &m_out;
+    QTextStream &m_err;
+    std::unique_ptr<CliDevice> m_device;
+    QEventLoop *m_loop = nullptr;
+    std::function<bool()> m_condition;
+    bool m_interrupted = false;
+    bool m_printReports = false;
+    bool m_linkUp = false;
+    bool m_linkSeen = false;
+
+    bool m_haveVersion = false;
+    bool m_haveDevice = false;
+    bool m_haveUid = false;
+    QString m_hardware;
+    QString m_software;
+    QString m_product;
+    QString m_uid;
+};
