@@ -84,13 +84,6 @@ int ScriptedPeer::FrameCount() const
     return static_cast<int>(m_frames.size());
 }
 
-void ScriptedPeer::ClearFrames()
-{
-    std::lock_guard lock(m_mutex);
-    m_frames.clear();
-    m_clock.restart();
-}
-
 qint64 ScriptedPeer::ElapsedMs() const
 {
     std::lock_guard lock(m_mutex);
@@ -163,9 +156,12 @@ void ScriptedPeer::Parse(QByteArray &pending)
 void ScriptedPeer::Handle(PeerFrame frame)
 {
     QByteArray answer;
+    qsizetype index = 0;
     {
         std::lock_guard lock(m_mutex);
-        frame.atMs = m_clock.elapsed();
+        frame.atUs = m_clock.nsecsElapsed() / 1000;
+        frame.atMs = frame.atUs / 1000;
+        index = m_frames.size();
         m_frames.append(frame);
         if (!m_silent)
             answer = m_responder ? m_responder(frame) : DefaultAnswer(frame);
@@ -173,8 +169,11 @@ void ScriptedPeer::Handle(PeerFrame frame)
     // Recorded before the answer goes out, so a test that sees the frame never misses what the
     // answer causes.
     m_changed.notify_all();
-    if (!answer.isEmpty())
-        m_pty.Write(answer);
+    if (answer.isEmpty())
+        return;
+    m_pty.Write(answer);
+    std::lock_guard lock(m_mutex);
+    m_frames[index].answeredUs = m_clock.nsecsElapsed() / 1000;
 }
 
 QByteArray ScriptedPeer::DefaultAnswer(const PeerFrame &frame)

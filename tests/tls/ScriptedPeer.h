@@ -18,7 +18,9 @@ struct PeerFrame
 {
     enum Kind { Ack, Short, Long, Stray };
 
-    qint64 atMs = 0;  // since the peer started (or was last cleared)
+    qint64 atMs = 0;        // since the peer started
+    qint64 atUs = 0;        // the same, in microseconds
+    qint64 answeredUs = -1; // when the answer had been written; -1: not answered
     Kind kind = Stray;
     std::uint8_t control = 0;
     std::uint8_t address = 0;
@@ -56,7 +58,6 @@ public:
     int WaitForFrame(int from, const std::function<bool(const PeerFrame &)> &match, int timeoutMs);
     QList<PeerFrame> Frames() const;
     int FrameCount() const;
-    void ClearFrames();
     qint64 ElapsedMs() const;
 
     // The frames the secondary sends.
