@@ -1,0 +1,161 @@
+#pragma once
+
+#include "COSLProtocol.h"
+#include "CFirmwareFile.h"
+#include "tls/StreloProduct.h"
+
+#include <QObject>
+#include <QSettings>
+#include <QString>
+#include <QTimer>
+
+#include <optional>
+
+// The steps of one firmware upgrade, shared by the upgrade dialog and the command line: ask the
+// connected head to switch to its boot loader, let the link release the port, open the port at
+// the upload rate, wake the boot loader, erase the flash, write the image in 32-byte chunks and
+// start the new firmware. Every step shows itself through the view hooks below, which the dialog
+// maps onto its widgets and the command line onto its output.
+//
+// Everything here runs on the thread that owns the object; the boot loader's results arrive from
+// the reader and timer threads through the queued signal ReceivedCommandResult.
+class CUpgradeProcedure : public QObject, public COSLProtocol
+{
+    Q_OBJECT
+
+public:
+    enum UpgradeState : std::int32_t {
+        UPGRADE_NO_DEVICE = 0,
+        UPGRADE_READY = 1,
+        UPGRADE_SWITCHING = 2,
+        UPGRADE_ENABLING = 3,
+        UPGRADE_CONNECTING = 4,
+        UPGRADE_ERASING = 5,
+        UPGRADE_WRITING = 6,
+        UPGRADE_DONE = 7,
+    };
+
+    // The buttons a view offers; the procedure enables, shows and defaults them.
+    enum class Button { Load, Program, Close, Retry };
+
+    static constexpr std::uint32_t kChunkSize = 32;
+    static constexpr std::uint32_t kConnectRetries = 150;
+    static constexpr std::uint32_t kCommandRetries = 3;
+    static constexpr int kSwitchSupervisionMs = 3000;
+    static constexpr int kHandOverDelayMs = 1000;
+    static constexpr int kRestartDelayMs = 2000;
+    static constexpr int kUploadPortId = 0;
+    static constexpr int kUploadPortFeatures = 31;
+    static constexpr int kHardwareMajorEraseA = 2;
+
+    // The context under which the status texts are translated.
+    static constexpr const char *kTextContext = "FWUpgradeDialog";
+    static constexpr const char *kTextUnknown = "unknown";
+    static constexpr const char *kTextConnected = "<font color='#009933'>Connected to target device</font>";
+    static constexpr const char *kTextSwitching = "Switching device to programming mode ...";
+    static constexpr const char *kTextEnabling = "Enabling firmware flasher of target device ...";
+    static constexpr const char *kTextErasing = "Erasing flash, do <b>not</b> disconnect ...";
+    static constexpr const char *kTextUploading = "Uploading firmware, do <b>not</b> disconnect ...";
+    static constexpr const char *kTextSuccessful = "<font color='#009933'>Upgrade successful, resetting device ...</font>";
+    static constexpr const char *kTextAllDone = "<font color='#009933'>All done, please close this window now</font>";
+    static constexpr const char *kTextNoAnswer = "<font color='red'>No valid answer from firmware flasher!</font>";
+    static constexpr const char *kTextEraseFailed = "<font color='red'>Failed to erase flash!</font>";
+    static constexpr const char *kTextWriteFailed = "<font color='red'>Failed to write data block to flash!</font>";
+    static constexpr const char *kTextSwitchFailed = "<font color='red'>Failed to switch device to programming mode!</font>";
+    static constexpr const char *kTextReconnecting = "Trying to reconnect ...";
+
+    explicit CUpgradeProcedure(QObject *parent = nullptr);
+    ~CUpgradeProcedure() override;
+
+    // The code by which the head is told the upload rate: 4800 gives 2, 9600 gives 3, up to 115200
+    // which gives 7; any other rate gives 1.
+    static int BaudRateCode(int rate);
+
+    // Enters a state and performs its actions; the one place where the procedure acts.
+    void SetUpgradeState(int state);
+    int UpgradeStateValue() const { return upgradeState; }
+
+    // Loads a package (or, with allowRawHex, a bare S-record file) for the detected product: a
+    // product of variant 1 takes 32-bit address records. Throws CFirmwareException and then leaves
+    // no firmware loaded.
+    void LoadFirmwareFile(const QString &path, bool allowRawHex);
+    bool IsFirmwareLoaded() const { return firmwareLoaded; }
+    const CFirmwareFile &Firmware() const { return firmware; }
+    const STRELO_PRODUCT *Product() const { return product; }
+    bool IsConnected() const { return connected; }
+    int ProgressValue() const { return progressValue; }
+    int ProgressMaximum() const { return progressMaximum; }
+
+    // The command line names the port and the upload rate itself; without these the settings
+    // decide, as in the dialog.
+    void SetUploadDevice(const QString &device);
+    void SetUploadBaudrate(int rate);
+
+public slots:
+    // Starts programming: the state becomes 1 and, once the user has confirmed, the switch-over
+    // begins.
+    void Program();
+    // After a failed step: wakes the boot loader again, which is assumed to be still running.
+    void Retry();
+    void ConnectionChanged(bool bConnected);
+    void SetStreloDevice(const STRELO_PRODUCT *product);
+    void SwitchModeFailed();
+    void StartUpgradeProcess();
+    void EndUpgradeProcess();
+    void EvaluateCommandResult(COSLProtocol::OSL_RESULT result);
+
+signals:
+    void SwitchToFirmwareUploadMode(int nPortID, int nBaudrateID, int nPortFeatures);
+    void StartingFlashOperations();
+    void ReceivedCommandResult(COSLProtocol::OSL_RESULT result);
+    // The run has stopped: after the restart of the head (true), after a failed step or when the
+    // head did not leave the link in time (false). A late loss of the link still resumes a run
+    // whose switch-over timed out.
+    void UpgradeFinished(bool bSuccess);
+
+protected:
+    // The view hooks.
+    virtual void ShowStatus(const QString &qstrText) = 0;
+    virtual void ShowDeviceVersions(const QString &qstrSoftware, const QString &qstrHardware) = 0;
+    virtual void ShowProgress(int nValue, int nMaximum) = 0;
+    virtual void EnableButton(Button button, bool bEnabled) = 0;
+    virtual void ShowRetryButton(bool bVisible) = 0;
+    virtual void MakeDefaultButton(Button button) = 0;
+    virtual void AllowClose(bool bAllowed) = 0;
+    // Asked before the switch-over starts; false stops the programming.
+    virtual bool ConfirmProgramming() = 0;
+
+    static QString Text(const char *text);
+    QSettings settings;
+
+private:
+    void CommandResult(OSL_RESULT result) override;
+
+    void EnterNoDevice();
+    void EnterReady();
+    void EnterSwitching();
+    void EnterEnabling();
+    void EnterErasing();
+    void EnterWriting();
+    void EnterDone();
+    void AllowCloseAndHideRetry();
+    void SendNextChunk();
+    void SetProgress(int value);
+    void FailStep(const char *text);
+    void FailRefusedRequest();
+    bool UsesWideAddresses() const;
+    int UploadBaudrateForCode() const;
+    int UploadBaudIndex() const;
+    QString UploadDevice() const;
+
+    CFirmwareFile firmware;
+    bool connected = false;
+    bool firmwareLoaded = false;
+    int upgradeState = UPGRADE_NO_DEVICE;
+    QTimer switchTimer;
+    const STRELO_PRODUCT *product = nullptr;
+    int progressValue = 0;
+    int progressMaximum = 100;
+    std::optional<QString> uploadDevice;
+    std::optional<int> uploadBaudrate;
+};
