@@ -14,11 +14,11 @@ namespace {
 
 constexpr int kExitUsage = 2;
 
-constexpr int kImageRed = 107;
-constexpr int kImageYellow = 108;
-constexpr int kImageGreen = 109;
-constexpr int kImageRedYellow = 110;
-constexpr int kImageYellowFlasher = 61;
+constexpr int kImageRed = CStreloDevice::kImageRed;
+constexpr int kImageYellow = CStreloDevice::kImageYellow;
+constexpr int kImageGreen = CStreloDevice::kImageGreen;
+constexpr int kImageRedYellow = CStreloDevice::kImageRedYellow;
+constexpr int kImageYellowFlasher = CStreloDevice::kImageYellowFlasher;
 constexpr int kSteady = 1;
 constexpr int kOff = 0;
 constexpr int kFlashing = -1; // the flashing value follows "flasher/cycleperiod"
