@@ -26,9 +26,12 @@ std::vector<std::size_t> SortedOrder(const SRecordTable &table)
 {
     std::vector<std::size_t> order(table.records.size());
     std::iota(order.begin(), order.end(), std::size_t(0));
-    std::stable_sort(order.begin(), order.end(), [&](std::size_t a, std::size_t b) {
+    const auto byAddress = [&](std::size_t a, std::size_t b) {
         return table.records[a].address < table.records[b].address;
-    });
+    };
+    // Images are usually written in address order already.
+    if (!std::is_sorted(order.begin(), order.end(), byAddress))
+        std::stable_sort(order.begin(), order.end(), byAddress);
     return order;
 }
 

@@ -27,17 +27,25 @@ std::string MiB(std::uint64_t bytes)
     throw CFirmwareException(code, "Failed to read firmware file '" + path + "'");
 }
 
-// Files that are too large are turned away before the archive library reads a byte; devices and
-// pipes, whose size says nothing, are bounded while reading.
-void CheckFileSize(const std::string &path)
+bool IsRegularFile(const std::string &path)
 {
     std::error_code error;
-    const auto status = std::filesystem::status(path, error);
-    if (error || !std::filesystem::is_regular_file(status))
-        return;
+    return std::filesystem::is_regular_file(path, error);
+}
+
+// Files that are too large are turned away before the archive library reads a byte; devices and
+// pipes, whose size says nothing, are bounded while reading. Returns the size of a regular file.
+std::uintmax_t CheckFileSize(const std::string &path)
+{
+    if (!IsRegularFile(path))
+        return 0;
+    std::error_code error;
     const std::uintmax_t size = std::filesystem::file_size(path, error);
-    if (!error && size > CFirmwareArchive::kMaxFileBytes)
+    if (error)
+        return 0;
+    if (size > CFirmwareArchive::kMaxFileBytes)
         FailFile(CFirmwareException::FileTooLarge, path);
+    return size;
 }
 
 std::string ErrorText(struct archive *reader)
@@ -48,7 +56,8 @@ std::string ErrorText(struct archive *reader)
 
 } // namespace
 
-CFirmwareArchive::CFirmwareArchive(const std::string &path) : path(path)
+CFirmwareArchive::CFirmwareArchive(const std::string &path)
+    : path(path), regularFile(IsRegularFile(path))
 {
     CheckFileSize(path);
     archive.reset(archive_read_new());
@@ -121,10 +130,16 @@ void CFirmwareArchive::ReadMember(archive_entry *entry, const char *name, std::s
 }
 
 // Skipping a compressed member means unpacking it, so skipped data count against the limit too.
-// A member that cannot be read to its end is left where it broke off; the next header then ends
-// the walk.
+// Only a plain file read as a single member is passed over unread: its data are the file itself,
+// whose size was checked. A member that cannot be read to its end is left where it broke off; the
+// next header then ends the walk.
 void CFirmwareArchive::SkipMember()
 {
+    if (regularFile && archive_format(archive.get()) == ARCHIVE_FORMAT_RAW &&
+        archive_filter_code(archive.get(), 0) == ARCHIVE_FILTER_NONE) {
+        archive_read_data_skip(archive.get());
+        return;
+    }
     const void *block = nullptr;
     std::size_t bytes = 0;
     la_int64_t offset = 0;
@@ -149,19 +164,24 @@ void CFirmwareArchive::FailMember(int code, const char *name, const std::string 
 
 ByteVector CFirmwareArchive::ReadPlainFile(const std::string &path)
 {
-    CheckFileSize(path);
+    const std::uintmax_t size = CheckFileSize(path);
     const std::unique_ptr<std::FILE, int (*)(std::FILE *)> file(std::fopen(path.c_str(), "rb"),
                                                                  &std::fclose);
     if (!file)
         FailFile(CFirmwareException::FileNotReadable, path);
-    ByteVector bytes;
-    std::uint8_t piece[kPieceBytes];
+    // Read straight into place; a file that grows while it is read, or a device, goes on in
+    // pieces up to the limit.
+    ByteVector bytes(std::size_t(size) + 1);
+    std::size_t filled = 0;
     std::size_t read = 0;
-    while ((read = std::fread(piece, 1, sizeof piece, file.get())) > 0) {
-        bytes.insert(bytes.end(), piece, piece + read);
-        if (bytes.size() > kMaxFileBytes)
+    while ((read = std::fread(bytes.data() + filled, 1, bytes.size() - filled, file.get())) > 0) {
+        filled += read;
+        if (filled > kMaxFileBytes)
             FailFile(CFirmwareException::FileTooLarge, path);
+        if (filled == bytes.size())
+            bytes.resize(std::min(bytes.size() + kPieceBytes, kMaxFileBytes + 1));
     }
+    bytes.resize(filled);
     if (std::ferror(file.get()))
         FailFile(CFirmwareException::FileNotReadable, path);
     return bytes;

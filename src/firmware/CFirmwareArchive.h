@@ -51,6 +51,7 @@ private:
     };
 
     std::string path;
+    bool regularFile;
     std::unique_ptr<struct archive, ReaderFree> archive;
     std::uint64_t unpacked = 0; // bytes of member data read or skipped so far
 };

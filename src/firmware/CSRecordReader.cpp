@@ -16,9 +16,9 @@ namespace {
 
 enum class RecordKind { Unsupported, Header, Data, End };
 
-constexpr std::array<std::int8_t, 128> MakeHexTable()
+constexpr std::array<std::int8_t, 256> MakeHexTable()
 {
-    std::array<std::int8_t, 128> table{};
+    std::array<std::int8_t, 256> table{};
     for (auto &value : table)
         value = -1;
     for (int i = 0; i < 10; ++i)
@@ -30,7 +30,7 @@ constexpr std::array<std::int8_t, 128> MakeHexTable()
     return table;
 }
 
-constexpr std::array<std::int8_t, 128> kHexDigits = MakeHexTable();
+constexpr std::array<std::int8_t, 256> kHexDigits = MakeHexTable();
 
 // The value of a hexadecimal digit, -1 for any other character.
 template <typename Char>
@@ -58,15 +58,32 @@ std::optional<long> ToLong(std::basic_string_view<Char> chars, int base)
     return value;
 }
 
-// A two-character hexadecimal value. Two hex digits are the case of every sound record and are
-// read by table; anything else takes the standard conversion.
+// A two-character hexadecimal value, or a negative number unless both characters are hex digits.
+// This is the case of every sound record and is read by table.
 template <typename Char>
-std::optional<long> PairValue(const Char *pair)
+int HexPair(const Char *pair)
 {
-    const int value = HexDigit(pair[0]) * 16 | HexDigit(pair[1]); // negative unless both are digits
-    if (value >= 0)
+    return HexDigit(pair[0]) * 16 | HexDigit(pair[1]);
+}
+
+// A two-character value that is not simply two hex digits, read by the standard conversion; a
+// pair without any digit fails with the given code.
+template <typename Char>
+long PairByConversion(const Char *pair, CFirmwareException::ErrorCode code, const char *message)
+{
+    const std::optional<long> value = ToLong(std::basic_string_view<Char>(pair, 2), 16);
+    if (!value)
+        throw CFirmwareException(code, message);
+    return *value;
+}
+
+template <typename Char>
+long PairValue(const Char *pair, CFirmwareException::ErrorCode code, const char *message)
+{
+    const int value = HexPair(pair);
+    if (value >= 0) [[likely]]
         return value;
-    return ToLong(std::basic_string_view<Char>(pair, 2), 16);
+    return PairByConversion(pair, code, message);
 }
 
 // The start address: the first digits characters after the byte count.
@@ -115,6 +132,18 @@ std::string TextOf(std::u32string_view chars)
     return Utf8::Encode(chars);
 }
 
+// Appends the data bytes of a data record (the pairs between address and checksum) to the table.
+template <typename Char>
+void AppendData(std::basic_string_view<Char> rest, const std::uint8_t *values, std::size_t pairs,
+                std::size_t addressPairs, SRecordTable &table)
+{
+    const std::size_t offset = table.bytes.size();
+    if (pairs > addressPairs + 1)
+        table.bytes.insert(table.bytes.end(), values + addressPairs, values + pairs - 1);
+    table.records.push_back({offset, AddressOf(rest, 2 * addressPairs),
+                             static_cast<std::uint32_t>(table.bytes.size() - offset)});
+}
+
 [[noreturn]] void Fail(CFirmwareException::ErrorCode code, const std::string &message)
 {
     throw CFirmwareException(code, message);
@@ -136,31 +165,27 @@ void ReadLine(std::basic_string_view<Char> line, bool wideAddresses, SRecordTabl
     if (line.size() < 4)
         Fail(CFirmwareException::RecordSizeIllegal,
              "Record has illegal size (" + std::to_string(line.size()) + ")");
-    const std::optional<long> count = PairValue(line.data() + 2);
-    if (!count)
-        Fail(CFirmwareException::RecordByteCounterIllegal, "Record has illegal byte counter");
+    const long count = PairValue(line.data() + 2, CFirmwareException::RecordByteCounterIllegal,
+                                 "Record has illegal byte counter");
     const auto rest = line.substr(4);
-    if (static_cast<long long>(rest.size()) != 2LL * *count)
+    if (static_cast<long long>(rest.size()) != 2LL * count)
         Fail(CFirmwareException::RecordByteCountMismatch,
              "Records byte-count does not correspond to the number of bytes in the record");
 
-    const std::size_t addressPairs = wideAddresses ? 4 : 3;
+    // A byte count of two characters is at most 0xFF pairs.
+    std::array<std::uint8_t, 0x100> values;
     const std::size_t pairs = rest.size() / 2;
-    const std::size_t offset = table.bytes.size();
-    long sum = *count;
+    long sum = count;
     for (std::size_t i = 0; i < pairs; ++i) {
-        const std::optional<long> value = PairValue(rest.data() + 2 * i);
-        if (!value)
-            Fail(CFirmwareException::RecordDataIllegal, "Record has illegal binary data value");
-        sum += *value;
-        if (kind == RecordKind::Data && i >= addressPairs && i + 1 < pairs)
-            table.bytes.push_back(static_cast<std::uint8_t>(*value));
+        const long value = PairValue(rest.data() + 2 * i, CFirmwareException::RecordDataIllegal,
+                                     "Record has illegal binary data value");
+        sum += value;
+        values[i] = static_cast<std::uint8_t>(value);
     }
     if ((sum & 0xFF) != 0xFF)
         Fail(CFirmwareException::RecordChecksumWrong, "Record has wrong checksum");
     if (kind == RecordKind::Data)
-        table.records.push_back({offset, AddressOf(rest, 2 * addressPairs),
-                                 static_cast<std::uint32_t>(table.bytes.size() - offset)});
+        AppendData(rest, values.data(), pairs, wideAddresses ? 4 : 3, table);
 }
 
 } // namespace

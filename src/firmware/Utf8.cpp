@@ -1,5 +1,8 @@
 #include "Utf8.h"
 
+#include <cstdint>
+#include <cstring>
+
 namespace {
 
 constexpr char32_t kReplacement = U'\uFFFD';
@@ -44,10 +47,17 @@ namespace Utf8 {
 
 bool IsAscii(std::string_view bytes)
 {
-    unsigned char all = 0;
-    for (const char c : bytes)
-        all |= static_cast<unsigned char>(c);
-    return all < 0x80;
+    // Eight bytes at a time: the image text is checked as a whole before it is read.
+    std::uint64_t all = 0;
+    std::size_t i = 0;
+    for (; i + 8 <= bytes.size(); i += 8) {
+        std::uint64_t word;
+        std::memcpy(&word, bytes.data() + i, sizeof word);
+        all |= word;
+    }
+    for (; i < bytes.size(); ++i)
+        all |= static_cast<unsigned char>(bytes[i]);
+    return (all & 0x8080808080808080u) == 0;
 }
 
 std::u32string Decode(std::string_view bytes)
