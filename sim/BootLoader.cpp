@@ -8,7 +8,7 @@
 namespace strelosim {
 
 BootLoader::BootLoader(std::chrono::milliseconds eraseTime, std::string imageOut, EventLog &log,
-                       std::chrono::milliseconds staleAfter)
+                       Clock::duration staleAfter)
     : m_eraseTime(eraseTime)
     , m_imageOut(std::move(imageOut))
     , m_log(log)

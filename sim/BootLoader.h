@@ -33,12 +33,13 @@ public:
     static constexpr std::chrono::milliseconds kDefaultStaleAfter {50};
 
     BootLoader(std::chrono::milliseconds eraseTime, std::string imageOut, EventLog &log,
-               std::chrono::milliseconds staleAfter = kDefaultStaleAfter);
+               Clock::duration staleAfter = kDefaultStaleAfter);
 
     // Takes received bytes up to and including a start command; returns how many it took.
     std::size_t Receive(const std::uint8_t *data, std::size_t size, TimePoint now, std::vector<Transmission> &answers);
     // The master closed the line: a frame in progress is dropped.
     void Reset(TimePoint now);
+    void SetStaleAfter(Clock::duration staleAfter) { m_staleAfter = staleAfter; }
 
     bool Started() const { return m_started; }
     const FlashMemory &Memory() const { return m_memory; }
@@ -57,7 +58,7 @@ private:
     std::chrono::milliseconds m_eraseTime;
     std::string m_imageOut;
     EventLog &m_log;
-    std::chrono::milliseconds m_staleAfter;
+    Clock::duration m_staleAfter;
     FlashMemory m_memory;
     State m_state = State::Idle;
     std::uint8_t m_length = 0;

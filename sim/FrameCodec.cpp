@@ -32,7 +32,7 @@ const char *FunctionName(bool fromPrimary, unsigned function)
 
 } // namespace
 
-FrameCodec::FrameCodec(std::chrono::milliseconds staleAfter)
+FrameCodec::FrameCodec(Clock::duration staleAfter)
     : m_staleAfter(staleAfter)
 {
 }

@@ -24,7 +24,7 @@ public:
     static constexpr std::uint8_t kEnd = 0x16;
     static constexpr std::chrono::milliseconds kDefaultStaleAfter {50};
 
-    explicit FrameCodec(std::chrono::milliseconds staleAfter = kDefaultStaleAfter);
+    explicit FrameCodec(Clock::duration staleAfter = kDefaultStaleAfter);
 
     // Feeds received bytes; returns the telegrams they complete, in order.
     std::vector<LinkFrame> Feed(const std::uint8_t *data, std::size_t size, TimePoint now);
@@ -32,6 +32,7 @@ public:
     Bytes TakeDiscarded();
     // Forgets a telegram in progress (its bytes count as discarded).
     void Reset();
+    void SetStaleAfter(Clock::duration staleAfter) { m_staleAfter = staleAfter; }
 
     static Bytes Encode(const LinkFrame &frame);
 
@@ -53,7 +54,7 @@ private:
     Verdict ExamineLong(LinkFrame &frame, std::size_t &length) const;
     void DiscardFront(std::size_t count);
 
-    std::chrono::milliseconds m_staleAfter;
+    Clock::duration m_staleAfter;
     Bytes m_pending;
     Bytes m_discarded;
     TimePoint m_lastByte {};

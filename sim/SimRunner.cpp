@@ -1,6 +1,7 @@
 #include "SimRunner.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <ostream>
 #include <poll.h>
 
@@ -51,9 +52,13 @@ void SimRunner::Serve()
             {m_transport.WatchFd(), POLLIN, 0},
             {m_transport.ControlFd(), static_cast<short>(POLLIN | (m_outputBlocked ? POLLOUT : 0)), 0},
         };
-        const int timeoutNs = PollTimeoutNs(Clock::now());
-        timespec timeout {timeoutNs / 1'000'000'000, timeoutNs % 1'000'000'000};
-        if (ppoll(fds, 3, timeoutNs < 0 ? nullptr : &timeout, nullptr) < 0 && errno != EINTR)
+        const std::optional<std::chrono::nanoseconds> wait = PollTimeout(Clock::now());
+        timespec timeout {};
+        if (wait) {
+            timeout.tv_sec = static_cast<time_t>(wait->count() / 1'000'000'000);
+            timeout.tv_nsec = static_cast<long>(wait->count() % 1'000'000'000);
+        }
+        if (ppoll(fds, 3, wait ? &timeout : nullptr, nullptr) < 0 && errno != EINTR)
             return;
         if (fds[0].revents & POLLIN)
             return;
@@ -69,7 +74,7 @@ void SimRunner::Serve()
     }
 }
 
-int SimRunner::PollTimeoutNs(TimePoint now) const
+std::optional<std::chrono::nanoseconds> SimRunner::PollTimeout(TimePoint now) const
 {
     std::optional<TimePoint> next = m_input.NextDue();
     const auto consider = [&](std::optional<TimePoint> candidate) {
@@ -81,9 +86,8 @@ int SimRunner::PollTimeoutNs(TimePoint now) const
     if (!m_outputBlocked)
         consider(m_output.NextDue());
     if (!next)
-        return -1;
-    const auto wait = std::chrono::duration_cast<std::chrono::nanoseconds>(*next - now).count();
-    return static_cast<int>(std::clamp<long long>(wait, 0, 1'000'000'000 - 1));
+        return std::nullopt;
+    return std::max(std::chrono::nanoseconds(0), std::chrono::duration_cast<std::chrono::nanoseconds>(*next - now));
 }
 
 void SimRunner::OnPortClosed(TimePoint now)
@@ -120,6 +124,8 @@ void SimRunner::DeliverInput(TimePoint now)
     if (due.empty())
         return;
     m_input.Pop(due.size());
+    if (m_options.pace)
+        m_head->SetCharacterTime(CharacterTime(!m_head->InBootLoader()));
     Schedule(m_head->Receive(due.data(), due.size(), now), now);
 }
 

@@ -39,7 +39,8 @@ private:
 
     bool SetUp();
     void Serve();
-    int PollTimeoutNs(TimePoint now) const;
+    // How long poll may sleep: until the next input byte, answer or output byte is due.
+    std::optional<std::chrono::nanoseconds> PollTimeout(TimePoint now) const;
     void OnPortClosed(TimePoint now);
     void ReadInput(TimePoint now);
     void DeliverInput(TimePoint now);

@@ -2,6 +2,8 @@
 
 #include "HexText.h"
 
+#include <algorithm>
+
 namespace strelosim {
 
 StreloHead::StreloHead(const HeadConfig &config, EventLog &log)
@@ -87,7 +89,7 @@ void StreloHead::EnterBootLoader(const HeadApplication::UploadRequest &request, 
     m_log.Write(now, "boot", "enter PORT=" + std::to_string(request.port) + " BAUD=" + std::to_string(request.baudCode)
             + " RATE=" + std::to_string(UploadRate(request.baudCode)) + " FEATURES=" + std::to_string(request.features));
     LogNoise(now);
-    m_bootLoader = std::make_unique<BootLoader>(m_config.eraseTime, m_config.imageOut, m_log);
+    m_bootLoader = std::make_unique<BootLoader>(m_config.eraseTime, m_config.imageOut, m_log, m_staleAfter);
 }
 
 std::size_t StreloHead::ReceiveBoot(const std::uint8_t *data, std::size_t size, TimePoint now, std::vector<Transmission> &answers)
@@ -105,6 +107,15 @@ std::size_t StreloHead::ReceiveBoot(const std::uint8_t *data, std::size_t size, 
     PowerUp();
     m_log.Write(now, "boot", "leave SOFTWARE=" + m_config.software.Text() + " A=" + std::to_string(m_config.linkAddress));
     return taken;
+}
+
+void StreloHead::SetCharacterTime(std::chrono::nanoseconds characterTime)
+{
+    constexpr int kQuietCharacters = 3;
+    m_staleAfter = std::max<Clock::duration>(FrameCodec::kDefaultStaleAfter, characterTime * kQuietCharacters);
+    m_codec.SetStaleAfter(m_staleAfter);
+    if (m_bootLoader)
+        m_bootLoader->SetStaleAfter(m_staleAfter);
 }
 
 void StreloHead::PortClosed(TimePoint now)

@@ -22,6 +22,9 @@ public:
     std::vector<Transmission> Receive(const std::uint8_t *data, std::size_t size, TimePoint now);
     // The master closed its end of the line: whatever was half received is forgotten.
     void PortClosed(TimePoint now);
+    // On a slow paced line the bytes of one telegram arrive far apart; a telegram in progress is
+    // given up only after a pause of several character times.
+    void SetCharacterTime(std::chrono::nanoseconds characterTime);
 
     bool InBootLoader() const { return m_bootLoader != nullptr; }
     std::uint8_t LinkAddress() const { return m_station->Address(); }
@@ -43,6 +46,7 @@ private:
     HeadConfig m_config;
     EventLog &m_log;
     FrameCodec m_codec;
+    Clock::duration m_staleAfter = FrameCodec::kDefaultStaleAfter;
     std::unique_ptr<HeadApplication> m_application;
     std::unique_ptr<SecondaryStation> m_station;
     std::unique_ptr<BootLoader> m_bootLoader;

@@ -87,6 +87,16 @@ private slots:
         QVERIFY(IsAck(head.Send(LinkFrame::Short(0x58, 1))));
     }
 
+    void aSetpointIsReportedInAnswerToTheNextPoll()
+    {
+        Head head;
+        BringUp(head);
+        QVERIFY(IsAck(head.Send(LinkFrame::Long(0x53, 1, kRedSetpoint))));
+        const auto report = head.Send(LinkFrame::Short(0x78, 1));
+        QVERIFY(report);
+        COMPARE_BYTES(FrameCodec::Encode(*report), Hex("68 0E 0E 68 08 01 00 0A 04 02 01 01 05 01 37 01 6B 01 C5 16"));
+    }
+
     void aRepeatedPollGetsTheSameReplyAgain()
     {
         Head head;

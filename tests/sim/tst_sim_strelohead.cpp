@@ -223,6 +223,25 @@ private slots:
         COMPARE_BYTES(rig.Answer(Hex("05")), Hex("06"));
     }
 
+    void aSlowLineWaitsLongerForTheRestOfATelegram()
+    {
+        // At 110 bit/s a character takes 100 ms: bytes of one telegram arrive that far apart.
+        const Bytes request = Hex("10 49 01 4A 16");
+        Rig quick;
+        Rig slow;
+        slow.head.SetCharacterTime(std::chrono::milliseconds(100));
+        Bytes quickAnswer;
+        Bytes slowAnswer;
+        for (std::size_t i = 0; i < request.size(); ++i) {
+            for (const Transmission &t : quick.head.Receive(&request[i], 1, At(int(i) * 100)))
+                quickAnswer.insert(quickAnswer.end(), t.bytes.begin(), t.bytes.end());
+            for (const Transmission &t : slow.head.Receive(&request[i], 1, At(int(i) * 100)))
+                slowAnswer.insert(slowAnswer.end(), t.bytes.begin(), t.bytes.end());
+        }
+        QVERIFY(quickAnswer.empty());
+        COMPARE_BYTES(slowAnswer, Hex("10 0B 01 0C 16"));
+    }
+
     void uploadRateByCode()
     {
         QCOMPARE(StreloHead::UploadRate(1), 2400u);
