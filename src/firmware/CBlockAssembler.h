@@ -3,11 +3,6 @@
 #include "FirmwareBlock.h"
 #include "SRecordTable.h"
 
-#include <memory>
-#include <vector>
-
-using FirmwareBlockList = std::vector<std::unique_ptr<FirmwareBlock>>;
-
 // Turns the data records of an image into the blocks that are written to the flash.
 //
 // The records are sorted by address and every chain of adjacent records becomes one block;

@@ -1,5 +1,6 @@
 #include "CFirmwareFile.h"
 
+#include "CBlockAssembler.h"
 #include "CFirmwareArchive.h"
 #include "CFirmwareException.h"
 #include "CManifestDocument.h"

@@ -1,6 +1,5 @@
 #pragma once
 
-#include "CBlockAssembler.h"
 #include "FirmwareBlock.h"
 #include "comm/ByteVector.h"
 
