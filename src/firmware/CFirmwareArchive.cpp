@@ -19,12 +19,17 @@ std::string MiB(std::uint64_t bytes)
     return std::to_string(bytes >> 20) + " MiB";
 }
 
-[[noreturn]] void FailFile(int code, const std::string &path)
+[[noreturn]] void FailUnreadable(const std::string &path)
 {
-    if (code == CFirmwareException::FileTooLarge)
-        throw CFirmwareException(code, "Firmware file '" + path + "' is larger than " +
-                                           MiB(CFirmwareArchive::kMaxFileBytes));
-    throw CFirmwareException(code, "Failed to read firmware file '" + path + "'");
+    throw CFirmwareException(CFirmwareException::FileNotReadable,
+                             "Failed to read firmware file '" + path + "'");
+}
+
+[[noreturn]] void FailTooLarge(const std::string &path)
+{
+    throw CFirmwareException(CFirmwareException::FileTooLarge,
+                             "Firmware file '" + path + "' is larger than " +
+                                 MiB(CFirmwareArchive::kMaxFileBytes));
 }
 
 bool IsRegularFile(const std::string &path)
@@ -44,7 +49,7 @@ std::uintmax_t CheckFileSize(const std::string &path)
     if (error)
         return 0;
     if (size > CFirmwareArchive::kMaxFileBytes)
-        FailFile(CFirmwareException::FileTooLarge, path);
+        FailTooLarge(path);
     return size;
 }
 
@@ -63,12 +68,12 @@ CFirmwareArchive::CFirmwareArchive(const std::string &path)
     archive.reset(archive_read_new());
     // An empty name would make the library read standard input.
     if (!archive || path.empty())
-        FailFile(CFirmwareException::FileNotReadable, path);
+        FailUnreadable(path);
     archive_read_support_filter_all(archive.get());
     archive_read_support_format_all(archive.get());
     archive_read_support_format_raw(archive.get());
     if (archive_read_open_filename(archive.get(), path.c_str(), kPieceBytes) != ARCHIVE_OK)
-        FailFile(CFirmwareException::FileNotReadable, path);
+        FailUnreadable(path);
 }
 
 void CFirmwareArchive::ReaderFree::operator()(struct archive *reader) const
@@ -90,22 +95,31 @@ void CFirmwareArchive::ReadMembers(ByteVector &firmware, ByteVector &manifest)
     }
 }
 
-// Reads a member in pieces until the library reports its end. Its header's size is checked before
-// anything is read and the data are held against it while reading, so a member that declares a
-// huge size or holds more than it declares is turned away early.
+// The size a member's header declares, if it declares one; a negative size or one beyond limit
+// turns the member away before anything is read.
+std::optional<std::uint64_t> CFirmwareArchive::DeclaredSize(archive_entry *entry, const char *name,
+                                                            std::size_t limit) const
+{
+    if (archive_entry_size_is_set(entry) == 0)
+        return std::nullopt;
+    const std::int64_t size = archive_entry_size(entry);
+    if (size < 0)
+        FailMember(CFirmwareException::MemberSizeIllegal, name,
+                   "declares an illegal size (" + std::to_string(size) + " bytes)");
+    if (std::uint64_t(size) > limit)
+        FailMember(CFirmwareException::MemberSizeIllegal, name, "is larger than " + MiB(limit));
+    return std::uint64_t(size);
+}
+
+// Reads a member in pieces until the library reports its end, holding the data against the
+// declared size and the limit as they come, so that a member that holds more than it declares is
+// turned away early.
 void CFirmwareArchive::ReadMember(archive_entry *entry, const char *name, std::size_t limit,
                                   ByteVector &into)
 {
-    const bool declared = archive_entry_size_is_set(entry) != 0;
-    const std::int64_t size = archive_entry_size(entry);
-    if (declared && size < 0)
-        FailMember(CFirmwareException::MemberSizeIllegal, name,
-                   "declares an illegal size (" + std::to_string(size) + " bytes)");
-    if (declared && std::uint64_t(size) > limit)
-        FailMember(CFirmwareException::MemberSizeIllegal, name, "is larger than " + MiB(limit));
-
+    const std::optional<std::uint64_t> declared = DeclaredSize(entry, name, limit);
     into.clear();
-    into.reserve(declared ? std::size_t(size) : 0);
+    into.reserve(std::size_t(declared.value_or(0)));
     std::uint8_t piece[kPieceBytes];
     for (;;) {
         const la_ssize_t read = archive_read_data(archive.get(), piece, sizeof piece);
@@ -116,17 +130,17 @@ void CFirmwareArchive::ReadMember(archive_entry *entry, const char *name, std::s
             break;
         CountUnpacked(std::size_t(read));
         into.insert(into.end(), piece, piece + read);
-        if (declared && into.size() > std::uint64_t(size))
+        if (declared && into.size() > *declared)
             FailMember(CFirmwareException::MemberSizeMismatch, name,
-                       "holds more data than the " + std::to_string(size) +
+                       "holds more data than the " + std::to_string(*declared) +
                            " bytes its header declares");
         if (into.size() > limit)
             FailMember(CFirmwareException::MemberSizeIllegal, name, "is larger than " + MiB(limit));
     }
-    if (declared && into.size() != std::uint64_t(size))
+    if (declared && into.size() != *declared)
         FailMember(CFirmwareException::MemberSizeMismatch, name,
                    "holds " + std::to_string(into.size()) + " bytes while its header declares " +
-                       std::to_string(size));
+                       std::to_string(*declared));
 }
 
 // Skipping a compressed member means unpacking it, so skipped data count against the limit too.
@@ -168,7 +182,7 @@ ByteVector CFirmwareArchive::ReadPlainFile(const std::string &path)
     const std::unique_ptr<std::FILE, int (*)(std::FILE *)> file(std::fopen(path.c_str(), "rb"),
                                                                  &std::fclose);
     if (!file)
-        FailFile(CFirmwareException::FileNotReadable, path);
+        FailUnreadable(path);
     // Read straight into place; a file that grows while it is read, or a device, goes on in
     // pieces up to the limit.
     ByteVector bytes(std::size_t(size) + 1);
@@ -177,12 +191,12 @@ ByteVector CFirmwareArchive::ReadPlainFile(const std::string &path)
     while ((read = std::fread(bytes.data() + filled, 1, bytes.size() - filled, file.get())) > 0) {
         filled += read;
         if (filled > kMaxFileBytes)
-            FailFile(CFirmwareException::FileTooLarge, path);
+            FailTooLarge(path);
         if (filled == bytes.size())
             bytes.resize(std::min(bytes.size() + kPieceBytes, kMaxFileBytes + 1));
     }
     bytes.resize(filled);
     if (std::ferror(file.get()))
-        FailFile(CFirmwareException::FileNotReadable, path);
+        FailUnreadable(path);
     return bytes;
 }

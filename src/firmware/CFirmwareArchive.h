@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 
 struct archive;
@@ -40,6 +41,8 @@ public:
     static ByteVector ReadPlainFile(const std::string &path);
 
 private:
+    std::optional<std::uint64_t> DeclaredSize(archive_entry *entry, const char *name,
+                                              std::size_t limit) const;
     void ReadMember(archive_entry *entry, const char *name, std::size_t limit, ByteVector &into);
     void SkipMember();
     void CountUnpacked(std::size_t bytes);
