@@ -1,0 +1,28 @@
+#include "SimLink.h"
+
+namespace {
+
+constexpr int kBaudIndex115200 = 10;
+
+} // namespace
+
+SimLink::SimLink()
+    : m_device(std::make_unique<RecordingDevice>())
+{
+}
+
+bool SimLink::Start(const QStringList &options, int osi2Address, int osi7Address)
+{
+    if (!m_sim.Start(options))
+        return false;
+    if (!m_device->OpenLink(m_sim.DevicePath().toStdString(), kBaudIndex115200, false))
+        return false;
+    RecordingDevice &device = *m_device;
+    device.SetOnLinkUp([&device, osi7Address] {
+        device.AssignOSI7Address(osi7Address);
+        for (int job = CStreloDevice::kJobActualValue; job <= CStreloDevice::kJobUid; ++job)
+            device.QueueJob(job);
+    });
+    device.Connect(osi2Address, osi7Address);
+    return true;
+}

@@ -1,0 +1,26 @@
+#pragma once
+
+#include "RecordingDevice.h"
+#include "SimProcess.h"
+
+#include <memory>
+
+// strelo-sim on its pseudo-terminal and a recording device connected to it. At link-up the device
+// does what the traffic-light controller does: it sends the OSI 7 address assignment and queues
+// the five start-up jobs.
+class SimLink
+{
+public:
+    SimLink();
+
+    // Starts the simulator with `options`, opens its terminal and connects to the head.
+    bool Start(const QStringList &options, int osi2Address, int osi7Address);
+    RecordingDevice &Device() { return *m_device; }
+    SimProcess &Sim() { return m_sim; }
+
+private:
+    SimProcess m_sim;
+    // Declared after the simulator, so it closes its port first. On the heap, so the thread
+    // sanitizer sees its locks go when it goes.
+    std::unique_ptr<RecordingDevice> m_device;
+};
