@@ -53,7 +53,8 @@ void ScriptedPeer::QueueLongAnswer(const QByteArray &userData)
 bool ScriptedPeer::WaitForFrames(int count, int timeoutMs)
 {
     std::unique_lock lock(m_mutex);
-    return m_changed.wait_for(lock, std::chrono::milliseconds(timeoutMs), [&] { return m_frames.size() >= count; });
+    return m_changed.wait_for(lock, std::chrono::milliseconds(timeoutMs),
+                              [&] { return m_frames.size() >= std::size_t(count); });
 }
 
 int ScriptedPeer::WaitForFrame(int from, const std::function<bool(const PeerFrame &)> &match, int timeoutMs)
@@ -61,9 +62,9 @@ int ScriptedPeer::WaitForFrame(int from, const std::function<bool(const PeerFram
     std::unique_lock lock(m_mutex);
     int found = -1;
     m_changed.wait_for(lock, std::chrono::milliseconds(timeoutMs), [&] {
-        for (int i = from; i < m_frames.size(); ++i) {
-            if (match(m_frames.at(i))) {
-                found = i;
+        for (std::size_t i = std::size_t(from); i < m_frames.size(); ++i) {
+            if (match(m_frames[i])) {
+                found = int(i);
                 return true;
             }
         }
@@ -75,7 +76,7 @@ int ScriptedPeer::WaitForFrame(int from, const std::function<bool(const PeerFram
 QList<PeerFrame> ScriptedPeer::Frames() const
 {
     std::lock_guard lock(m_mutex);
-    return m_frames;
+    return QList<PeerFrame>(m_frames.begin(), m_frames.end());
 }
 
 int ScriptedPeer::FrameCount() const
@@ -156,13 +157,13 @@ void ScriptedPeer::Parse(QByteArray &pending)
 void ScriptedPeer::Handle(PeerFrame frame)
 {
     QByteArray answer;
-    qsizetype index = 0;
+    std::size_t index = 0;
     {
         std::lock_guard lock(m_mutex);
         frame.atUs = m_clock.nsecsElapsed() / 1000;
         frame.atMs = frame.atUs / 1000;
         index = m_frames.size();
-        m_frames.append(frame);
+        m_frames.push_back(frame);
         if (!m_silent)
             answer = m_responder ? m_responder(frame) : DefaultAnswer(frame);
     }

@@ -12,6 +12,7 @@
 #include <functional>
 #include <mutex>
 #include <thread>
+#include <vector>
 
 // One frame the master wrote, as the far station read it.
 struct PeerFrame
@@ -79,7 +80,7 @@ private:
     mutable std::mutex m_mutex;
     std::condition_variable m_changed;
     QElapsedTimer m_clock;
-    QList<PeerFrame> m_frames;
+    std::vector<PeerFrame> m_frames; // not implicitly shared: Frames() hands out deep copies
     QList<QByteArray> m_longAnswers;
     Responder m_responder;
     bool m_silent = false;

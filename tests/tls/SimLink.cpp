@@ -6,15 +6,13 @@ constexpr int kBaudIndex115200 = 10;
 
 } // namespace
 
-SimLink::SimLink()
-    : m_device(std::make_unique<RecordingDevice>())
-{
-}
+SimLink::SimLink() = default;
 
 bool SimLink::Start(const QStringList &options, int osi2Address, int osi7Address)
 {
     if (!m_sim.Start(options))
         return false;
+    m_device = std::make_unique<RecordingDevice>();
     if (!m_device->OpenLink(m_sim.DevicePath().toStdString(), kBaudIndex115200, false))
         return false;
     RecordingDevice &device = *m_device;

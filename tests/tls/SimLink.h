@@ -13,9 +13,11 @@ class SimLink
 public:
     SimLink();
 
-    // Starts the simulator with `options`, opens its terminal and connects to the head.
+    // Starts the simulator with `options`, opens its terminal and connects to the head. The
+    // device is made only after the simulator has been started: the thread sanitizer loses track
+    // of threads that run while the process starts a child.
     bool Start(const QStringList &options, int osi2Address, int osi7Address);
-    RecordingDevice &Device() { return *m_device; }
+    RecordingDevice &Device() { return *m_device; } // after Start
     SimProcess &Sim() { return m_sim; }
 
 private:

@@ -13,8 +13,9 @@ constexpr int kSampleMs = 100;
 constexpr int kCommandEveryMs = 1000;
 // A spoiled length octet makes the receive assembler take up to 253 of the following octets as
 // user data before it looks for a start octet again; at the 30-odd octets per second a station
-// sends while answering status requests that alone costs about 8 s.
-constexpr qint64 kLongestOutageMs = 20000;
+// sends while answering status requests that alone costs about 8 s, and a second spoiled
+// octet during the recovery can add as much again.
+constexpr qint64 kLongestOutageMs = 30000;
 
 } // namespace
 
