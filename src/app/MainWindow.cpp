@@ -7,6 +7,8 @@
 #include "app/OptionsDialog.h"
 #include "controller/CTrafficLightController.h"
 #include "controller/DeviceMaintenance.h"
+#include "firmware/CFirmwareUpgrade.h"
+#include "firmware/FWUpgradeDialog.h"
 #include "settings/LichtwartSettings.h"
 #include "trace/CMultiColumnListModel.h"
 #include "trace/CTraceFormat.h"
@@ -22,6 +24,8 @@
 namespace {
 
 constexpr int kTraceRowHeight = 16;
+// The most rows the columns are measured against when they are fitted to their contents.
+constexpr int kTraceFitRows = 50;
 const QString kIconReceive = QStringLiteral("rx");
 const QString kIconTransmit = QStringLiteral("tx");
 
@@ -43,6 +47,7 @@ MainWindow::MainWindow(bool bAllowRawHex, const ControllerFactory &createControl
     RestoreGeometry();
 
     m_controller = createController ? createController(this) : new CTrafficLightController(this);
+    m_firmwareUpgrade = new CFirmwareUpgrade(this, bAllowRawHex);
 
     if (!m_directionIcons.contains(kIconReceive))
         m_directionIcons.insert(kIconReceive, QPixmap(QStringLiteral(":/16x16/receive")));
@@ -50,9 +55,13 @@ MainWindow::MainWindow(bool bAllowRawHex, const ControllerFactory &createControl
         m_directionIcons.insert(kIconTransmit, QPixmap(QStringLiteral(":/16x16/transmit")));
 
     m_traceModel = new CMultiColumnListModel(this);
+    m_traceColumnFit.setSingleShot(true);
+    m_traceColumnFit.setInterval(0);
+    connect(&m_traceColumnFit, &QTimer::timeout, this, &MainWindow::FitTraceColumns);
     ConfigureTrace();
 
     ConnectController();
+    ConnectFirmwareUpgrade();
     ConnectMaintenance();
 }
 
@@ -107,6 +116,20 @@ void MainWindow::ConnectController()
     connect(m_controller, &CTrafficLightController::ConnectionChanged, this, &MainWindow::ConnectionChanged);
     connect(m_controller, &CTrafficLightController::VersionChanged, this, &MainWindow::SetStreloVersion);
     connect(m_controller, &CTrafficLightController::UIDChanged, this, &MainWindow::SetUID);
+}
+
+void MainWindow::ConnectFirmwareUpgrade()
+{
+    connect(m_controller, &CTrafficLightController::ConnectionChanged, m_firmwareUpgrade,
+            &CFirmwareUpgrade::ConnectionChanged);
+    connect(m_controller, &CTrafficLightController::VersionChanged, m_firmwareUpgrade,
+            &CFirmwareUpgrade::SetStreloVersion);
+    connect(m_controller, &CTrafficLightController::DeviceChanged, m_firmwareUpgrade,
+            &CFirmwareUpgrade::SetStreloDevice);
+    connect(m_firmwareUpgrade, &CFirmwareUpgrade::SwitchToFirmwareUploadMode, m_controller,
+            &CTrafficLightController::SwitchToFirmwareUploadMode);
+    // The link lets go of the serial port before the boot loader takes it.
+    connect(m_firmwareUpgrade, &CFirmwareUpgrade::StartingFlashOperations, this, &MainWindow::SlaveDisconnect);
 }
 
 void MainWindow::ConnectMaintenance()
@@ -204,6 +227,7 @@ void MainWindow::SetOSI2Address()
 
 void MainWindow::UpgradeFirmware()
 {
+    m_firmwareUpgrade->ShowUpgradeDialog();
 }
 
 void MainWindow::DisconnectAfterOSI2AddressChange()
@@ -269,12 +293,12 @@ void MainWindow::ConfigureTraceTable()
     rows->setSectionResizeMode(QHeaderView::Fixed);
     rows->setMinimumSectionSize(kTraceRowHeight);
     rows->setDefaultSectionSize(kTraceRowHeight);
-    // The columns size themselves to the rows on screen only. Measuring every row (or the
-    // thousand the header looks at by default) on each new trace line would make a long trace
-    // slow to append to; every row has the same one-line layout, so the visible rows are enough.
-    rows->setResizeContentsPrecision(0);
 
     QHeaderView *columns = table->horizontalHeader();
+    // Fitting a column measures its cells. Every row has the same one-line layout, so the rows
+    // on screen and a few around them tell the width; measuring all of them (or the thousand
+    // the header looks at by default) would make each new line of a long trace slow to add.
+    columns->setResizeContentsPrecision(kTraceFitRows);
     columns->setSectionResizeMode(QHeaderView::ResizeToContents);
     columns->setStretchLastSection(true);
     columns->setSectionsClickable(false);
@@ -307,9 +331,15 @@ void MainWindow::ShowTrace(bool bInbound, int nLength, const QString &qstrFG, co
 void MainWindow::AppendTraceRow(bool bInbound, const QStringList &cells)
 {
     m_traceModel->AddRow(bInbound ? kIconReceive : kIconTransmit, cells);
-    // Row heights are fixed and the column widths follow the rows on screen by themselves (see
-    // ConfigureTraceTable), so keeping the newest row in view is all that is left to do.
     ui->listTrace->scrollToBottom();
+    // The rows keep their fixed height. The columns are fitted once the rows that arrived
+    // together are in, before the table is painted again, rather than once per row.
+    m_traceColumnFit.start();
+}
+
+void MainWindow::FitTraceColumns()
+{
+    ui->listTrace->resizeColumnsToContents();
 }
 
 void MainWindow::ConnectionChanged(bool bConnected)
@@ -356,6 +386,7 @@ void MainWindow::SaveGeometry()
 // The window gives its resources back when it is closed; the entry point never deletes it.
 void MainWindow::ReleaseResources()
 {
+    m_traceColumnFit.stop();
     delete ui;
     ui = nullptr;
     delete m_connectionLabel;
@@ -366,4 +397,6 @@ void MainWindow::ReleaseResources()
     m_uidLabel = nullptr;
     delete m_controller;
     m_controller = nullptr;
+    delete m_firmwareUpgrade;
+    m_firmwareUpgrade = nullptr;
 }

@@ -5,6 +5,7 @@
 #include <QPixmap>
 #include <QSettings>
 #include <QString>
+#include <QTimer>
 
 #include <functional>
 
@@ -13,6 +14,7 @@ class MainWindow;
 }
 
 class CCopy2ClipboardLabel;
+class CFirmwareUpgrade;
 class CMultiColumnListModel;
 class CTrafficLightController;
 class DeviceMaintenance;
@@ -33,6 +35,7 @@ public:
     ~MainWindow() override;
 
     CTrafficLightController *Controller() const { return m_controller; }
+    CFirmwareUpgrade *FirmwareUpgrade() const { return m_firmwareUpgrade; }
 
 public slots:
     void About();
@@ -68,11 +71,13 @@ private:
     void ShowConnectionState(bool bConnected);
     void RestoreGeometry();
     void ConnectController();
+    void ConnectFirmwareUpgrade();
     void ConnectMaintenance();
     void ConfigureTrace();
     void DisconnectTraceSignals();
     void ConfigureTraceTable();
     void AppendTraceRow(bool bInbound, const QStringList &cells);
+    void FitTraceColumns();
     void SaveGeometry();
     void ReleaseResources();
 
@@ -82,7 +87,9 @@ private:
     Ui::MainWindow *ui = nullptr;
     QMap<QString, QPixmap> m_directionIcons;
     CTrafficLightController *m_controller = nullptr;
+    CFirmwareUpgrade *m_firmwareUpgrade = nullptr;
     CMultiColumnListModel *m_traceModel = nullptr;
+    QTimer m_traceColumnFit; // fits the columns once for a burst of trace rows
     DeviceMaintenance *m_maintenance = nullptr; // the open flasher dialog, the new OSI 2 address
     CCopy2ClipboardLabel *m_uidLabel = nullptr;
     QLabel *m_versionLabel = nullptr;
