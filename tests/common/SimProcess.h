@@ -1,9 +1,12 @@
 #pragma once
 
-#include <QProcess>
 #include <QRegularExpression>
 #include <QString>
 #include <QStringList>
+
+#include <sys/types.h>
+
+class QSocketNotifier;
 
 // strelo-sim as a child process of a test: started with --verbose, it names the terminal it
 // serves and logs every telegram it receives on stderr; the test waits for those lines.
@@ -29,10 +32,14 @@ public:
     QStringList Matching(const QRegularExpression &pattern, int nFrom, int nTo) const;
 
 private:
+    bool ReadDevicePath();
     void TakeLines();
     int Find(const QRegularExpression &pattern, int nFrom) const;
 
-    QProcess m_process;
+    pid_t m_pid = -1;
+    int m_outputFd = -1;
+    int m_errorFd = -1;
+    QSocketNotifier *m_errorNotifier = nullptr;
     QString m_qstrDevicePath;
     QByteArray m_partialLine;
     QStringList m_qstrlLines;
