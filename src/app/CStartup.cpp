@@ -1,16 +1,20 @@
 #include "CStartup.h"
 
 #include <QApplication>
-#include <QCommandLineOption>
 #include <QCommandLineParser>
 #include <QDir>
 #include <QFile>
 
+QCommandLineOption CStartup::RawHexOption()
+{
+    return QCommandLineOption(QLatin1String(AllowRawHexOption),
+                              QApplication::translate("CStartup", "Allow firmware upgrade from raw HEX files"));
+}
+
 bool CStartup::ProcessCommandLine(const QStringList &arguments)
 {
     QCommandLineParser parser;
-    const QCommandLineOption allowRawHex(QLatin1String(AllowRawHexOption),
-                                         QApplication::translate("CStartup", "Allow firmware upgrade from raw HEX files"));
+    const QCommandLineOption allowRawHex = RawHexOption();
     parser.addOption(allowRawHex);
     parser.process(arguments);
     return parser.isSet(allowRawHex);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QCommandLineOption>
 #include <QString>
 #include <QStringList>
 
@@ -12,6 +13,9 @@ class CStartup
 public:
     static constexpr const char *AllowRawHexOption = "allow-raw-hex";
     static constexpr const char *StyleSheetFileName = "lichtwart.qss";
+
+    // The program's only command-line option: a flag without a value.
+    static QCommandLineOption RawHexOption();
 
     // Processes the command line, which knows the one flag allow-raw-hex. An unknown option is
     // reported by the parser and ends the process. Returns whether the flag was given.
