@@ -1,0 +1,79 @@
+#pragma once
+
+#include "CliOptions.h"
+#include "UpgradeSequencer.h"
+
+#include <QObject>
+#include <QTextStream>
+#include <QTimer>
+
+#include <functional>
+#include <memory>
+#include <optional>
+
+class CliDevice;
+class QEventLoop;
+struct STRELO_PRODUCT;
+
+// lichtwart-cli upgrade FILE [--allow-raw-hex] [--upload-baud RATE]: opens the link, waits until
+// the head is identified (its product decides the erase command and the address width), loads the
+// file for that product and runs the upgrade exactly as the dialog does: switch-over, hand-over of
+// the port, enquiry, erase, 32-byte writes and start.
+class UpgradeCommand : public QObject
+{
+    Q_OBJECT
+
+public:
+    static constexpr int kExitOk = 0;
+    static constexpr int kExitOpenFailed = 1;
+    static constexpr int kExitUsage = 2;
+    static constexpr int kExitNoLink = 3;
+    static constexpr int kExitFirmware = 4;
+    static constexpr int kExitUpgradeFailed = 5;
+
+    UpgradeCommand(const CliOptions &options, QTextStream &out, QTextStream &err);
+    ~UpgradeCommand() override;
+
+    int Run();
+
+private:
+    QString ParseArguments(const QStringList &arguments);
+    int UsageError(const QString &problem);
+    bool OpenLink();
+    bool WaitForIdentification();
+    bool LoadFirmware();
+    int Upgrade();
+    void OnLinkChanged(bool up);
+    void OfferSwitchOver();
+    void ReleaseLink();
+    bool WaitFor(const std::function<bool()> &condition, int timeoutMs);
+    void Reevaluate();
+
+    const CliOptions &m_options;
+    QTextStream &m_out;
+    QTextStream &m_err;
+    QString m_file;
+    bool m_allowRawHex = false;
+    std::optional<int> m_uploadBaud;
+
+    std::unique_ptr<CliDevice> m_device;
+    UpgradeSequencer m_sequencer;
+    QTimer m_switchOffer;
+    int m_switchArguments[3] = {0, 0, 0};
+
+    const STRELO_PRODUCT *m_product = nullptr;
+    bool m_haveVersion = false;
+    bool m_haveDevice = false;
+    bool m_haveUid = false;
+    bool m_linkUp = false;
+    bool m_linkSeen = false;
+    bool m_upgrading = false;
+    bool m_linkReleased = false;
+    std::optional<bool> m_finished;
+
+    QEventLoop *m_loop = nullptr;
+    std::function<bool()> m_condition;
+};
+
+// The entry point used by main().
+int RunUpgradeCommand(const CliOptions &options, QTextStream &out, QTextStream &err);

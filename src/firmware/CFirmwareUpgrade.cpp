@@ -1,0 +1,212 @@
+#include "CFirmwareUpgrade.h"
+
+#include "CFirmwareException.h"
+#include "FWUpgradeDialog.h"
+#include "app/CWarningAbortDialog.h"
+#include "app/CWarningDialog.h"
+#include "settings/LichtwartSettings.h"
+#include "ui_FWUpgradeDialog.h"
+
+#include <QFileDialog>
+#include <QMessageBox>
+
+CFirmwareUpgrade::CFirmwareUpgrade(QWidget *parent, bool allowRawHex)
+    : CUpgradeProcedure(parent)
+    , dialog(new FWUpgradeDialog(parent))
+    , allowRawHex(allowRawHex)
+{
+    Ui::FWUpgradeDialog &form = dialog->Form();
+    connect(form.pbLoad, SIGNAL(clicked()), this, SLOT(LoadFirmware()));
+    connect(form.pbProg, SIGNAL(clicked()), this, SLOT(Program()));
+    connect(form.pbRetry, SIGNAL(clicked()), this, SLOT(Retry()));
+}
+
+CFirmwareUpgrade::~CFirmwareUpgrade()
+{
+    // The parent widget deletes the dialog with itself; without a parent it goes with the driver.
+    delete dialog.data();
+}
+
+void CFirmwareUpgrade::ShowUpgradeDialog()
+{
+    SetUpgradeState(IsConnected() ? UPGRADE_READY : UPGRADE_NO_DEVICE);
+    dialog->show();
+    CheckUploadBaudrate();
+    if (IsConnected() && IsFirmwareLoaded())
+        CheckDowngrade();
+}
+
+void CFirmwareUpgrade::CheckUploadBaudrate()
+{
+    if (!IsWarningEnabled(LichtwartSettings::FirmwareWarnBaudrate))
+        return;
+    const int operating = LichtwartSettings::Read(settings, LichtwartSettings::InterfaceBaudrate).toInt();
+    // An absent upload rate reads as 0 here and so never warns.
+    const int upload = LichtwartSettings::ReadUploadBaudrateForWarning(settings);
+    if (operating < upload)
+        ShowWarning(LichtwartSettings::FirmwareWarnBaudrate, kTextBaudrateWarning);
+}
+
+void CFirmwareUpgrade::LoadFirmware()
+{
+    if (!Product()) {
+        ShowError("Product detection error", "The connected device couldn't be determined.",
+                  Text("Please restart the application and try again."));
+        return;
+    }
+    QFileDialog fileDialog(dialog, Text("Open Firmware Upgrade Package"),
+                           settings.value(QLatin1String(LichtwartSettings::FirmwareDirectory)).toString());
+    fileDialog.setFileMode(QFileDialog::ExistingFile);
+    fileDialog.setNameFilters(NameFilters());
+    dialog->Form().pbProg->setEnabled(IsConnected() && IsFirmwareLoaded());
+
+    if (fileDialog.exec() == QDialog::Accepted && !fileDialog.selectedFiles().isEmpty()) {
+        if (!LoadSelectedFile(fileDialog.selectedFiles().first()))
+            return;
+        settings.setValue(QLatin1String(LichtwartSettings::FirmwareDirectory), fileDialog.directory().absolutePath());
+    }
+    if (IsFirmwareLoaded())
+        CheckDowngrade();
+}
+
+bool CFirmwareUpgrade::LoadSelectedFile(const QString &path)
+{
+    try {
+        LoadFirmwareFile(path, allowRawHex);
+    } catch (const CFirmwareException &error) {
+        ShowError("Error loading firmware", "The following error occured while loading the firmware package:",
+                  QString::fromStdString(error.Message()));
+        dialog->Form().pbProg->setEnabled(false);
+        const QString unknown = Text(kTextUnknown);
+        ShowFileDetails(unknown, unknown, unknown);
+        return false;
+    }
+    dialog->Form().pbProg->setEnabled(IsConnected());
+    ShowFileDetails(QString::fromStdString(Firmware().GetVersion()), QString::fromStdString(Firmware().GetDate()),
+                    QString::fromStdString(Firmware().GetMd5()));
+    return true;
+}
+
+QStringList CFirmwareUpgrade::NameFilters() const
+{
+    QStringList filters;
+    if (allowRawHex)
+        filters << Text("Raw hex file (*.hex *.mhx)");
+    filters << Text("Firmware upgrade package (*.fwp)") << Text("Any (*.*)");
+    return filters;
+}
+
+void CFirmwareUpgrade::ShowFileDetails(const QString &version, const QString &date, const QString &md5)
+{
+    Ui::FWUpgradeDialog &form = dialog->Form();
+    form.txtFileVersion->setText(version);
+    form.txtFileDate->setText(date);
+    form.txtFileMD5->setText(md5);
+}
+
+void CFirmwareUpgrade::ShowError(const char *title, const char *text, const QString &details)
+{
+    QMessageBox box(QMessageBox::Critical, Text(title), Text(text), QMessageBox::Ok, dialog);
+    box.setInformativeText(details);
+    box.exec();
+}
+
+void CFirmwareUpgrade::SetStreloVersion(int nHWVMajor, int nHWVMinor, int nHWVRevision, int nSWVMajor,
+                                        int nSWVMinor, int nSWVRelease)
+{
+    ShowDeviceVersions(QStringLiteral("%1.%2.%3").arg(nSWVMajor).arg(nSWVMinor).arg(nSWVRelease),
+                       QStringLiteral("%1.%2.%3").arg(nHWVMajor).arg(nHWVMinor).arg(nHWVRevision));
+    if (!IsFirmwareLoaded())
+        return;
+    dialog->Form().pbProg->setEnabled(true);
+    CheckDowngrade();
+}
+
+void CFirmwareUpgrade::CheckDowngrade()
+{
+    if (!dialog->isVisible() || !IsWarningEnabled(LichtwartSettings::FirmwareWarnOutdated))
+        return;
+    // Equal, older and unreadable versions ("unknown", a raw hex file) all warn.
+    if (Firmware().IsNewerThan(dialog->Form().txtDevSWVersion->text().toStdString()))
+        return;
+    ShowWarning(LichtwartSettings::FirmwareWarnOutdated, kTextDowngradeWarning);
+}
+
+bool CFirmwareUpgrade::ConfirmProgramming()
+{
+    if (!IsWarningEnabled(LichtwartSettings::FirmwareWarnProgStart))
+        return true;
+    CWarningAbortDialog warning(dialog);
+    warning.SetText(Text(kTextProgStartWarning));
+    if (warning.exec() != QDialog::Accepted)
+        return false;
+    settings.setValue(QLatin1String(LichtwartSettings::FirmwareWarnProgStart), warning.ShowAgain());
+    return true;
+}
+
+bool CFirmwareUpgrade::IsWarningEnabled(const char *key) const
+{
+    return LichtwartSettings::Read(settings, key).toBool();
+}
+
+void CFirmwareUpgrade::ShowWarning(const char *key, const char *text)
+{
+    CWarningDialog warning(dialog);
+    warning.SetText(Text(text));
+    warning.exec();
+    settings.setValue(QLatin1String(key), warning.ShowAgain());
+}
+
+QPushButton *CFirmwareUpgrade::ButtonFor(Button button) const
+{
+    Ui::FWUpgradeDialog &form = dialog->Form();
+    switch (button) {
+    case Button::Load:
+        return form.pbLoad;
+    case Button::Program:
+        return form.pbProg;
+    case Button::Close:
+        return form.pbClose;
+    case Button::Retry:
+        break;
+    }
+    return form.pbRetry;
+}
+
+void CFirmwareUpgrade::ShowStatus(const QString &qstrText)
+{
+    dialog->Form().txtStatus->setText(qstrText);
+}
+
+void CFirmwareUpgrade::ShowDeviceVersions(const QString &qstrSoftware, const QString &qstrHardware)
+{
+    dialog->Form().txtDevSWVersion->setText(qstrSoftware);
+    dialog->Form().txtDevHWVersion->setText(qstrHardware);
+}
+
+void CFirmwareUpgrade::ShowProgress(int nValue, int nMaximum)
+{
+    dialog->Form().pbarProg->setRange(0, nMaximum);
+    dialog->Form().pbarProg->setValue(nValue);
+}
+
+void CFirmwareUpgrade::EnableButton(Button button, bool bEnabled)
+{
+    ButtonFor(button)->setEnabled(bEnabled);
+}
+
+void CFirmwareUpgrade::ShowRetryButton(bool bVisible)
+{
+    dialog->Form().pbRetry->setVisible(bVisible);
+}
+
+void CFirmwareUpgrade::MakeDefaultButton(Button button)
+{
+    for (Button each : {Button::Load, Button::Program, Button::Close, Button::Retry})
+        ButtonFor(each)->setDefault(each == button);
+}
+
+void CFirmwareUpgrade::AllowClose(bool bAllowed)
+{
+    dialog->SetCloseAllowed(bAllowed);
+}

@@ -1,0 +1,41 @@
+#pragma once
+
+#include <QList>
+#include <QObject>
+#include <QPointer>
+#include <QStringList>
+#include <QElapsedTimer>
+#include <QTimer>
+#include <QWidget>
+
+#include <deque>
+#include <functional>
+
+// Answers the modal windows that the code under test runs with exec(): each modal window that
+// appears is handed to the next handler in the queue. A window for which no handler is queued is
+// recorded as unexpected and rejected, and so is a window its handler left open for seconds, so a
+// test never hangs on a forgotten box.
+class ModalAnswerer : public QObject
+{
+public:
+    using Handler = std::function<void(QWidget *window)>;
+
+    ModalAnswerer();
+
+    void Expect(Handler handler) { m_handlers.push_back(std::move(handler)); }
+    // Modal windows seen so far, by class name, and those nobody expected.
+    QStringList Seen() const { return m_seen; }
+    QStringList Unexpected() const { return m_unexpected; }
+    int PendingHandlers() const { return static_cast<int>(m_handlers.size()); }
+
+private:
+    void Poll();
+    void CloseIfLeftOpen(QWidget *window);
+
+    QTimer m_timer;
+    std::deque<Handler> m_handlers;
+    QList<QPointer<QWidget>> m_handled;
+    QElapsedTimer m_sinceHandled; // since the last window was handed to its handler
+    QStringList m_seen;
+    QStringList m_unexpected;
+};

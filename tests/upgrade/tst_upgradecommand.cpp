@@ -1,0 +1,325 @@
+#include "FirmwarePackageBuilder.h"
+#include "LineRelay.h"
+#include "SettingsSandbox.h"
+#include "SimProcess.h"
+
+#include "CliOptions.h"
+#include "UpgradeCommand.h"
+#include "UpgradeSequencer.h"
+#include "firmware/CFirmwareFile.h"
+#include "settings/LichtwartSettings.h"
+
+#include <QFile>
+#include <QRegularExpression>
+#include <QSettings>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QTimer>
+
+#include <memory>
+
+namespace {
+
+const QStringList kStatusLines {
+    "Connected to target device",
+    "Switching device to programming mode ...",
+    "Enabling firmware flasher of target device ...",
+    "Erasing flash, do not disconnect ...",
+    "Uploading firmware, do not disconnect ...",
+    "Upgrade successful, resetting device ...",
+    "All done, please close this window now",
+};
+
+struct CommandResult
+{
+    int exitCode = -1;
+    QString out;
+    QString err;
+
+    QStringList OutLines() const { return out.split('\n', Qt::SkipEmptyParts); }
+    QStringList ErrLines() const { return err.split('\n', Qt::SkipEmptyParts); }
+};
+
+// An image of two separate pieces; the second carries the version the head reports after its
+// restart.
+QList<FirmwarePackageBuilder::Block> TwoBlocks(std::uint32_t base)
+{
+    QByteArray first;
+    for (int i = 0; i < 200; ++i)
+        first.append(char(i * 7 + 3));
+    return {{base, first}, {base + 0x1000, QByteArray("STRELO-SWV:9.1.0 new image")}};
+}
+
+// The blocks of an S-record text with 32-bit addresses, as the firmware layer assembles them.
+QList<QPair<quint32, QByteArray>> BlocksOf(const ByteVector &text, bool wide)
+{
+    CFirmwareFile file;
+    file.SetFirmwareBytes(text, wide);
+    file.ParseRecords();
+    QList<QPair<quint32, QByteArray>> blocks;
+    for (const auto &block : file.GetBlocks())
+        blocks.append({block->address, QByteArray(reinterpret_cast<const char *>(block->data.data()),
+                                                  static_cast<qsizetype>(block->data.size()))});
+    return blocks;
+}
+
+QList<QPair<quint32, QByteArray>> BlocksOfFile(const QString &path, bool wide)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        return {};
+    const QByteArray text = file.readAll();
+    return BlocksOf(ByteVector(text.begin(), text.end()), wide);
+}
+
+QList<QPair<quint32, QByteArray>> BlocksOfPackage(const QString &path, bool wide)
+{
+    CFirmwareFile file;
+    file.Load(path.toStdString(), false, wide);
+    QList<QPair<quint32, QByteArray>> blocks;
+    for (const auto &block : file.GetBlocks())
+        blocks.append({block->address, QByteArray(reinterpret_cast<const char *>(block->data.data()),
+                                                  static_cast<qsizetype>(block->data.size()))});
+    return blocks;
+}
+
+} // namespace
+
+// lichtwart-cli upgrade, run in this process against strelo-sim.
+class TestUpgradeCommand : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+
+    void plainTextDropsTheMarkup();
+    void usageErrors_data();
+    void usageErrors();
+    void portThatCannotBeOpened();
+    void silentHeadGivesNoLink();
+    void fingerprintErrorIsAFirmwareError();
+    void strelo002EndToEnd();
+    void strelo003EndToEnd();
+    void uploadBaudOptionTellsTheHead();
+    void rawHexFileWhenAllowed();
+    void lineCutMidUploadFails();
+
+private:
+    CommandResult Run(const QStringList &arguments);
+    QString WritePackage(bool wide, const QList<FirmwarePackageBuilder::Block> &blocks);
+    // The simulator's log lines that match, from the start of the run.
+    QStringList SimLines(SimProcess &sim, const QString &pattern);
+
+    SettingsSandbox m_sandbox;
+    std::unique_ptr<QTemporaryDir> m_dir;
+};
+
+void TestUpgradeCommand::init()
+{
+    m_sandbox.Clear();
+    m_dir = std::make_unique<QTemporaryDir>();
+}
+
+CommandResult TestUpgradeCommand::Run(const QStringList &arguments)
+{
+    CliOptions options;
+    CommandResult result;
+    if (!options.Parse(QStringList {"lichtwart-cli"} + arguments)) {
+        result.err = options.ErrorText();
+        return result;
+    }
+    QTextStream out(&result.out);
+    QTextStream err(&result.err);
+    result.exitCode = RunUpgradeCommand(options, out, err);
+    out.flush();
+    err.flush();
+    return result;
+}
+
+QString TestUpgradeCommand::WritePackage(bool wide, const QList<FirmwarePackageBuilder::Block> &blocks)
+{
+    const QString path = m_dir->filePath(wide ? "s3.fwp" : "s2.fwp");
+    if (!FirmwarePackageBuilder::WriteProductPackage(path, blocks, wide, "9.1.0"))
+        return QString();
+    return path;
+}
+
+QStringList TestUpgradeCommand::SimLines(SimProcess &sim, const QString &pattern)
+{
+    return sim.Matching(QRegularExpression(pattern), 0, sim.LineCount());
+}
+
+void TestUpgradeCommand::plainTextDropsTheMarkup()
+{
+    QCOMPARE(UpgradeSequencer::PlainText("<font color='red'>Failed to erase flash!</font>"),
+             QString("Failed to erase flash!"));
+    QCOMPARE(UpgradeSequencer::PlainText("Erasing flash, do <b>not</b> disconnect ..."),
+             QString("Erasing flash, do not disconnect ..."));
+}
+
+void TestUpgradeCommand::usageErrors_data()
+{
+    QTest::addColumn<QStringList>("arguments");
+    QTest::addColumn<QString>("problem");
+    QTest::newRow("no file") << QStringList {} << "no file given";
+    QTest::newRow("two files") << QStringList {"a.fwp", "b.fwp"} << "more than one file given";
+    QTest::newRow("unknown option") << QStringList {"a.fwp", "--fast"} << "unknown option --fast";
+    QTest::newRow("baud missing") << QStringList {"a.fwp", "--upload-baud"} << "--upload-baud takes a baud rate";
+    QTest::newRow("baud not a number") << QStringList {"a.fwp", "--upload-baud", "fast"} << "--upload-baud takes a baud rate";
+}
+
+void TestUpgradeCommand::usageErrors()
+{
+    QFETCH(QStringList, arguments);
+    QFETCH(QString, problem);
+    const CommandResult result = Run(QStringList {"--device", "/dev/lichtwart-no-such-port", "upgrade"} + arguments);
+    QCOMPARE(result.exitCode, 2);
+    QVERIFY2(result.err.contains(problem), qPrintable(result.err));
+    QVERIFY(result.out.isEmpty());
+}
+
+void TestUpgradeCommand::portThatCannotBeOpened()
+{
+    const CommandResult result = Run({"--device", "/dev/lichtwart-no-such-port", "upgrade", "a.fwp"});
+    QCOMPARE(result.exitCode, 1);
+    QCOMPARE(result.ErrLines(), QStringList {"error: the device /dev/lichtwart-no-such-port could not be opened"});
+}
+
+void TestUpgradeCommand::silentHeadGivesNoLink()
+{
+    SimProcess sim;
+    QVERIFY(sim.Start({"--silent"}));
+    const CommandResult result = Run({"--device", sim.DevicePath(), "--timeout", "1500", "upgrade", "a.fwp"});
+    QCOMPARE(result.exitCode, 3);
+    QVERIFY2(result.err.startsWith("error: no link to the device on " + sim.DevicePath()), qPrintable(result.err));
+    QVERIFY(result.out.isEmpty());
+}
+
+void TestUpgradeCommand::fingerprintErrorIsAFirmwareError()
+{
+    const QByteArray image = FirmwarePackageBuilder::Image({{0x4000, QByteArray(64, 'x')}}, false);
+    FirmwarePackageBuilder::Manifest manifest;
+    manifest.md5 = "00000000000000000000000000000000";
+    const QString path = m_dir->filePath("tampered.fwp");
+    QVERIFY(FirmwarePackageBuilder::WriteArchive(path, FirmwarePackageBuilder::Format::Zip,
+                                                 {{"manifest.xml", FirmwarePackageBuilder::ManifestXml(manifest)},
+                                                  {"firmware.mhx", image}}));
+    SimProcess sim;
+    QVERIFY(sim.Start({}));
+    const CommandResult result = Run({"--device", sim.DevicePath(), "upgrade", path});
+    QCOMPARE(result.exitCode, 4);
+    QCOMPARE(result.ErrLines(),
+             QStringList {QString("firmware error 7: Fingerprint of manifest ('00000000000000000000000000000000') "
+                                  "does not match fingerprint of firmware ('%1')")
+                              .arg(QString::fromLatin1(FirmwarePackageBuilder::Md5(image)))});
+    // Nothing was asked of the head.
+    QVERIFY(SimLines(sim, "upload-mode").isEmpty());
+}
+
+void TestUpgradeCommand::strelo002EndToEnd()
+{
+    const QString package = WritePackage(false, TwoBlocks(0x004000));
+    const QString imageOut = m_dir->filePath("flashed.mhx");
+    SimProcess sim;
+    QVERIFY(sim.Start({"--hardware", "2.3.0", "--software", "1.4.2", "--image-out", imageOut}));
+    const CommandResult result = Run({"--device", sim.DevicePath(), "upgrade", package});
+    QVERIFY2(result.exitCode == 0, qPrintable(result.err));
+    QCOMPARE(result.OutLines(), kStatusLines);
+
+    // The flashed memory holds exactly the package's blocks.
+    QCOMPARE(BlocksOfFile(imageOut, true), BlocksOfPackage(package, false));
+    QVERIFY(!SimLines(sim, "boot rx frame CMD=AA").isEmpty());
+    QVERIFY(SimLines(sim, "boot rx frame CMD=AB").isEmpty());
+    QVERIFY(SimLines(sim, "boot rx frame CMD=32").isEmpty());
+    QVERIFY(!SimLines(sim, "upload-mode PORT=0 BAUD=3 FEATURES=31").isEmpty()); // 9600 by default
+    QVERIFY(sim.WaitForLine(QRegularExpression("boot leave SOFTWARE=9.1.0"), 0) >= 0);
+
+    // Progress lines count from 0 up to the image size, chunk by chunk.
+    int total = 0;
+    for (const auto &block : BlocksOfPackage(package, false))
+        total += block.second.size();
+    const QStringList progress = result.ErrLines().filter(QRegularExpression("^progress: "));
+    QVERIFY(progress.size() >= 8);
+    QCOMPARE(progress.at(0), QString("progress: 0/%1").arg(total));
+    QCOMPARE(progress.at(1), QString("progress: 32/%1").arg(total));
+    QCOMPARE(progress.last(), QString("progress: %1/%1").arg(total));
+}
+
+void TestUpgradeCommand::strelo003EndToEnd()
+{
+    const QString package = WritePackage(true, TwoBlocks(0x00080000));
+    const QString imageOut = m_dir->filePath("flashed.mhx");
+    SimProcess sim;
+    QVERIFY(sim.Start({"--hardware", "3.0.1", "--image-out", imageOut}));
+    const CommandResult result = Run({"--device", sim.DevicePath(), "upgrade", package});
+    QVERIFY2(result.exitCode == 0, qPrintable(result.err));
+    QCOMPARE(result.OutLines(), kStatusLines);
+    QCOMPARE(BlocksOfFile(imageOut, true), BlocksOfPackage(package, true));
+    QVERIFY(!SimLines(sim, "boot rx frame CMD=AB").isEmpty());
+    QVERIFY(!SimLines(sim, "boot rx frame CMD=32").isEmpty());
+    QVERIFY(SimLines(sim, "boot rx frame CMD=24").isEmpty());
+}
+
+void TestUpgradeCommand::uploadBaudOptionTellsTheHead()
+{
+    QSettings().setValue(LichtwartSettings::FirmwareBaudrate, 57600);
+    const QString package = WritePackage(false, {{0x4000, QByteArray(40, 'a')}});
+    SimProcess sim;
+    QVERIFY(sim.Start({}));
+    CommandResult result = Run({"--device", sim.DevicePath(), "upgrade", package, "--upload-baud", "19200"});
+    QVERIFY2(result.exitCode == 0, qPrintable(result.err));
+    QVERIFY(!SimLines(sim, "upload-mode PORT=0 BAUD=4 FEATURES=31").isEmpty());
+
+    // Without the option the setting decides.
+    sim.WaitForLine(QRegularExpression("boot leave"), 0);
+    const int from = sim.LineCount();
+    result = Run({"--device", sim.DevicePath(), "upgrade", package});
+    QVERIFY2(result.exitCode == 0, qPrintable(result.err));
+    QVERIFY(!sim.Matching(QRegularExpression("upload-mode PORT=0 BAUD=6 FEATURES=31"), from, sim.LineCount()).isEmpty());
+}
+
+void TestUpgradeCommand::rawHexFileWhenAllowed()
+{
+    const QString path = m_dir->filePath("image.mhx");
+    QVERIFY(FirmwarePackageBuilder::WriteFile(path, FirmwarePackageBuilder::Image({{0x4000, QByteArray(70, 'r')}}, false)));
+    const QString imageOut = m_dir->filePath("flashed.mhx");
+    SimProcess sim;
+    QVERIFY(sim.Start({"--image-out", imageOut}));
+    CommandResult result = Run({"--device", sim.DevicePath(), "upgrade", path});
+    QCOMPARE(result.exitCode, 4);
+    QVERIFY2(result.err.startsWith("firmware error 1: Firmware missing in archive"), qPrintable(result.err));
+
+    result = Run({"--device", sim.DevicePath(), "upgrade", path, "--allow-raw-hex"});
+    QVERIFY2(result.exitCode == 0, qPrintable(result.err));
+    QCOMPARE(BlocksOfFile(imageOut, true), (QList<QPair<quint32, QByteArray>> {{0x4000, QByteArray(70, 'r')}}));
+}
+
+void TestUpgradeCommand::lineCutMidUploadFails()
+{
+    QList<FirmwarePackageBuilder::Block> blocks {{0x4000, QByteArray(2048, 'c')}};
+    const QString package = WritePackage(false, blocks);
+    SimProcess sim;
+    QVERIFY(sim.Start({}));
+    LineRelay line(sim.DevicePath());
+    QVERIFY(line.IsValid());
+
+    // The cable is pulled once a few chunks have been written.
+    QTimer watch;
+    watch.setInterval(10);
+    connect(&watch, &QTimer::timeout, this, [&] {
+        if (SimLines(sim, "boot write ADDR=").size() >= 3) {
+            line.SetCut(true);
+            watch.stop();
+        }
+    });
+    watch.start();
+    const CommandResult result = Run({"--device", line.Path(), "upgrade", package});
+    QCOMPARE(result.exitCode, 5);
+    QCOMPARE(result.OutLines().last(), QString("Failed to write data block to flash!"));
+    QCOMPARE(result.ErrLines().last(), QString("error: Failed to write data block to flash!"));
+    QVERIFY(result.OutLines().contains("Uploading firmware, do not disconnect ..."));
+}
+
+QTEST_GUILESS_MAIN(TestUpgradeCommand)
+#include "tst_upgradecommand.moc"
