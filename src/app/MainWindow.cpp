@@ -395,6 +395,8 @@ void MainWindow::ReleaseResources()
     m_versionLabel = nullptr;
     delete m_uidLabel;
     m_uidLabel = nullptr;
+    if (m_controller)
+        m_controller->ShutDown();
     delete m_controller;
     m_controller = nullptr;
     delete m_firmwareUpgrade;

@@ -44,7 +44,8 @@ CTrafficLightController::CTrafficLightController(QWidget *mainWindow) : QObject(
 
 CTrafficLightController::~CTrafficLightController()
 {
-    // The reader and timer threads emit this object's signals; they must be gone before it is.
+    // Normally the owner has already ended the threads (see ShutDown); this keeps the port from
+    // outliving the controller in any case.
     ShutDown();
     delete m_dialog;
 }

@@ -34,6 +34,11 @@ public:
     void ShowRemoteControl();
     StreloVisualDialog *RemoteControl() const { return m_dialog; }
 
+    // Ends the reader and timer threads and closes the port. The owner calls this before it
+    // deletes the controller: those threads call into this object, and must not meet it while
+    // its destructors run.
+    using CStreloDevice::ShutDown;
+
 signals:
     void TraceAsync(bool bInbound, QString qstrData);
     void TraceOSI2(bool bInbound, QString qstrFrameType, int nOSI3AddressID, int nLength, bool bPRM, bool bFCBorACD,

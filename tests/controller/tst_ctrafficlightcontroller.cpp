@@ -84,6 +84,9 @@ struct LinkedController
     MainWindowStandIn window;
     HookedController controller {&window};
 
+    // The link's threads end before the controller is torn down.
+    ~LinkedController() { controller.ShutDown(); }
+
     bool Up(int osi2, int osi7)
     {
         if (!controller.ConnectPort(pty.SlavePath(), 9600))
@@ -195,6 +198,7 @@ private slots:
     }
     void cleanup()
     {
+        m_controller->ShutDown();
         m_controller.reset();
         m_window.reset();
     }

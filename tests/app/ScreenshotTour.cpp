@@ -1,0 +1,95 @@
+// Takes the screenshots of the documentation: the main window connected to the simulated head
+// with the trace at the OSI 2 level, the remote control and the about box. Not a test; run it
+// through the build target lichtwart-screenshots, which writes the pictures into docs/.
+#include "SimProcess.h"
+#include "app/AboutDialog.h"
+#include "app/MainWindow.h"
+#include "controller/CTrafficLightController.h"
+#include "settings/LichtwartSettings.h"
+
+#include <QAction>
+#include <QApplication>
+#include <QDir>
+#include <QLabel>
+#include <QPushButton>
+#include <QSettings>
+#include <QStatusBar>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <cstdio>
+
+namespace {
+
+constexpr int kWaitMs = 10000;
+
+bool Save(QWidget *widget, const QString &directory, const QString &name)
+{
+    const QString path = QDir(directory).filePath(name);
+    const bool saved = widget->grab().save(path);
+    std::printf("%s %s\n", saved ? "wrote" : "could not write", qPrintable(path));
+    return saved;
+}
+
+QString StatusText(MainWindow &window, int position)
+{
+    QList<QLabel *> labels = window.statusBar()->findChildren<QLabel *>(QString(), Qt::FindDirectChildrenOnly);
+    std::sort(labels.begin(), labels.end(), [](QLabel *a, QLabel *b) { return a->x() < b->x(); });
+    return labels.value(position) ? labels.value(position)->text() : QString();
+}
+
+} // namespace
+
+int main(int argc, char *argv[])
+{
+    if (argc < 2) {
+        std::fprintf(stderr, "usage: lichtwart-screenshots OUTPUT-DIRECTORY (with LICHTWART_BIN_DIR set)\n");
+        return 2;
+    }
+    QTemporaryDir settingsDir;
+    qputenv("XDG_CONFIG_HOME", settingsDir.path().toUtf8());
+    QApplication app(argc, argv);
+    LichtwartSettings::SetIdentity();
+    const QString output = QString::fromLocal8Bit(argv[1]);
+
+    SimProcess sim;
+    if (!sim.Start({"--hardware", "3.1.0", "--software", "1.4.2"})) {
+        std::fprintf(stderr, "lichtwart-screenshots: strelo-sim did not start\n");
+        return 1;
+    }
+    QSettings settings;
+    settings.setValue(QLatin1String(LichtwartSettings::InterfaceDevice), sim.DevicePath());
+    settings.setValue(QLatin1String(LichtwartSettings::TraceEnabled), true);
+    settings.setValue(QLatin1String(LichtwartSettings::TraceLevel), 1);
+    settings.setValue(QLatin1String(LichtwartSettings::TraceLines), 1000);
+    settings.setValue(QLatin1String(LichtwartSettings::MainWindowSize), QSize(1200, 540));
+
+    MainWindow window(false);
+    window.show();
+    window.findChild<QAction *>(QStringLiteral("actionConnect"))->trigger();
+    if (!QTest::qWaitFor([&] { return !StatusText(window, 0).isEmpty() && !StatusText(window, 1).isEmpty(); },
+                         kWaitMs)) {
+        std::fprintf(stderr, "lichtwart-screenshots: the head was not identified\n");
+        return 1;
+    }
+
+    window.findChild<QAction *>(QStringLiteral("actionStreloVisual"))->trigger();
+    StreloVisualDialog *remote = window.Controller()->RemoteControl();
+    QTest::qWait(300);
+    QTest::mouseClick(remote->findChild<QPushButton *>(QStringLiteral("pbRED")), Qt::LeftButton);
+    QTest::qWait(1200);
+    QTest::mouseClick(remote->findChild<QPushButton *>(QStringLiteral("pbRefresh")), Qt::LeftButton);
+    QTest::qWait(1500);
+
+    bool saved = Save(&window, output, QStringLiteral("screenshot-main.png"));
+    saved = Save(remote, output, QStringLiteral("screenshot-remote-control.png")) && saved;
+
+    AboutDialog about(&window);
+    about.SetVersion(QStringLiteral("Version 1.22.2"));
+    about.show();
+    QTest::qWait(200);
+    saved = Save(&about, output, QStringLiteral("screenshot-about.png")) && saved;
+
+    window.findChild<QAction *>(QStringLiteral("actionDisconnect"))->trigger();
+    return saved ? 0 : 1;
+}
