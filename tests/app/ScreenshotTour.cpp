@@ -3,6 +3,7 @@
 // through the build target lichtwart-screenshots, which writes the pictures into docs/.
 #include "SimProcess.h"
 #include "app/AboutDialog.h"
+#include "app/CStartup.h"
 #include "app/MainWindow.h"
 #include "controller/CTrafficLightController.h"
 #include "settings/LichtwartSettings.h"
@@ -43,7 +44,8 @@ QString StatusText(MainWindow &window, int position)
 int main(int argc, char *argv[])
 {
     if (argc < 2) {
-        std::fprintf(stderr, "usage: lichtwart-screenshots OUTPUT-DIRECTORY (with LICHTWART_BIN_DIR set)\n");
+        std::fprintf(stderr, "usage: lichtwart-screenshot-tour OUTPUT-DIRECTORY [STYLE-SHEET-DIRECTORY]\n"
+                             "       (with LICHTWART_BIN_DIR set to the folder of strelo-sim)\n");
         return 2;
     }
     QTemporaryDir settingsDir;
@@ -51,6 +53,8 @@ int main(int argc, char *argv[])
     QApplication app(argc, argv);
     LichtwartSettings::SetIdentity();
     const QString output = QString::fromLocal8Bit(argv[1]);
+    if (argc > 2)
+        CStartup::ApplyStyleSheet(app, QString::fromLocal8Bit(argv[2]));
 
     SimProcess sim;
     if (!sim.Start({"--hardware", "3.1.0", "--software", "1.4.2"})) {
@@ -62,7 +66,7 @@ int main(int argc, char *argv[])
     settings.setValue(QLatin1String(LichtwartSettings::TraceEnabled), true);
     settings.setValue(QLatin1String(LichtwartSettings::TraceLevel), 1);
     settings.setValue(QLatin1String(LichtwartSettings::TraceLines), 1000);
-    settings.setValue(QLatin1String(LichtwartSettings::MainWindowSize), QSize(1200, 540));
+    settings.setValue(QLatin1String(LichtwartSettings::MainWindowSize), QSize(1280, 540));
 
     MainWindow window(false);
     window.show();
