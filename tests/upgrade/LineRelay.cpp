@@ -25,6 +25,12 @@ LineRelay::~LineRelay()
         ::close(m_head);
 }
 
+void LineRelay::SetToHeadFilter(std::function<void(QByteArray &)> filter)
+{
+    std::lock_guard lock(m_filterLock);
+    m_toHead = std::move(filter);
+}
+
 void LineRelay::Run()
 {
     while (!m_stop.load() && IsValid()) {
@@ -44,9 +50,15 @@ void LineRelay::Forward(int from, int to)
     const ssize_t n = ::read(from, buffer, sizeof buffer);
     if (n <= 0 || m_cut.load())
         return;
-    ssize_t done = 0;
-    while (done < n) {
-        const ssize_t written = ::write(to, buffer + done, static_cast<size_t>(n - done));
+    QByteArray batch(buffer, n);
+    if (to == m_head) {
+        std::lock_guard lock(m_filterLock);
+        if (m_toHead)
+            m_toHead(batch);
+    }
+    qsizetype done = 0;
+    while (done < batch.size()) {
+        const ssize_t written = ::write(to, batch.constData() + done, static_cast<size_t>(batch.size() - done));
         if (written > 0) {
             done += written;
         } else {

@@ -4,7 +4,11 @@
 
 #include <QString>
 
+#include <QByteArray>
+
 #include <atomic>
+#include <functional>
+#include <mutex>
 #include <thread>
 
 // A serial line between the master and a head that a test can cut and mend, as a technician pulls
@@ -22,6 +26,8 @@ public:
     bool IsValid() const { return m_pty.IsValid() && m_head >= 0; }
     QString Path() const { return m_pty.SlavePath(); }
     void SetCut(bool cut) { m_cut = cut; }
+    // Lets the test spoil what the master sends: the filter sees each batch on its way to the head.
+    void SetToHeadFilter(std::function<void(QByteArray &batch)> filter);
 
 private:
     void Run();
@@ -31,5 +37,7 @@ private:
     int m_head = -1;
     std::atomic<bool> m_cut {false};
     std::atomic<bool> m_stop {false};
+    std::mutex m_filterLock;
+    std::function<void(QByteArray &)> m_toHead;
     std::thread m_thread;
 };

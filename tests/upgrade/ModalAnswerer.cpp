@@ -2,10 +2,15 @@
 
 #include <QApplication>
 #include <QDialog>
+#include <QFileDialog>
+#include <QFileInfo>
+#include <QLineEdit>
+#include <QTest>
 
 namespace {
 
 constexpr int kLeftOpenMs = 5000;
+constexpr int kTypingAttempts = 100;
 
 } // namespace
 
@@ -49,4 +54,28 @@ void ModalAnswerer::CloseIfLeftOpen(QWidget *window)
     m_unexpected << QStringLiteral("%1 left open").arg(window->metaObject()->className());
     m_sinceHandled.invalidate();
     qobject_cast<QDialog *>(window)->reject();
+}
+
+ModalAnswerer::Handler ModalAnswerer::ChooseFile(const QString &path)
+{
+    return [path](QWidget *window) { Choose(window, path); };
+}
+
+void ModalAnswerer::Choose(QWidget *window, const QString &path)
+{
+    QPointer<QFileDialog> fileDialog(qobject_cast<QFileDialog *>(window));
+    if (!fileDialog || path.isEmpty()) {
+        qobject_cast<QDialog *>(window)->reject();
+        return;
+    }
+    // The dialog reads its folder in the background and may still change its selection; the name
+    // is typed again until the dialog takes it.
+    const QFileInfo file(path);
+    for (int attempt = 0; attempt < kTypingAttempts && fileDialog && fileDialog->isVisible(); ++attempt) {
+        fileDialog->setDirectory(file.absolutePath());
+        fileDialog->findChild<QLineEdit *>(QStringLiteral("fileNameEdit"))->setText(file.fileName());
+        static_cast<QDialog *>(fileDialog.data())->accept(); // QFileDialog hides accept(), QDialog offers it
+        if (fileDialog && fileDialog->isVisible())
+            QTest::qWait(50);
+    }
 }

@@ -23,6 +23,10 @@ public:
     ModalAnswerer();
 
     void Expect(Handler handler) { m_handlers.push_back(std::move(handler)); }
+    // A handler for a file dialog: chooses path, or cancels the dialog when path is empty.
+    static Handler ChooseFile(const QString &path);
+    // Chooses path in an open file dialog (empty: cancels it).
+    static void Choose(QWidget *fileDialog, const QString &path);
     // Modal windows seen so far, by class name, and those nobody expected.
     QStringList Seen() const { return m_seen; }
     QStringList Unexpected() const { return m_unexpected; }

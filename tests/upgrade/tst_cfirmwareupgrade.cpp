@@ -12,10 +12,8 @@
 #include <QApplication>
 #include <QCheckBox>
 #include <QFileDialog>
-#include <QFileInfo>
 #include <QGroupBox>
 #include <QLabel>
-#include <QLineEdit>
 #include <QLayout>
 #include <QMessageBox>
 #include <QProgressBar>
@@ -137,21 +135,7 @@ ModalAnswerer::Handler ChooseFile(Shown &shown, const QString &path)
         shown.filters = fileDialog->nameFilters();
         shown.text = fileDialog->directory().absolutePath();
         shown.informative = fileDialog->parentWidget() ? fileDialog->parentWidget()->objectName() : QString();
-        if (path.isEmpty()) {
-            fileDialog->reject();
-            return;
-        }
-        // The dialog reads its folder in the background and may still change its selection;
-        // the name is typed again until the dialog takes it.
-        const QFileInfo file(path);
-        QPointer<QFileDialog> open(fileDialog);
-        for (int attempt = 0; attempt < 100 && open && open->isVisible(); ++attempt) {
-            open->setDirectory(file.absolutePath());
-            open->findChild<QLineEdit *>("fileNameEdit")->setText(file.fileName());
-            static_cast<QDialog *>(open.data())->accept(); // QFileDialog hides accept(), QDialog offers it
-            if (open && open->isVisible())
-                QTest::qWait(50);
-        }
+        ModalAnswerer::Choose(fileDialog, path);
     };
 }
 

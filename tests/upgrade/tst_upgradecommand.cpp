@@ -1,4 +1,5 @@
 #include "FirmwarePackageBuilder.h"
+#include "FlashImage.h"
 #include "LineRelay.h"
 #include "SettingsSandbox.h"
 #include "SimProcess.h"
@@ -6,7 +7,6 @@
 #include "CliOptions.h"
 #include "UpgradeCommand.h"
 #include "UpgradeSequencer.h"
-#include "firmware/CFirmwareFile.h"
 #include "settings/LichtwartSettings.h"
 
 #include <QFile>
@@ -48,39 +48,6 @@ QList<FirmwarePackageBuilder::Block> TwoBlocks(std::uint32_t base)
     for (int i = 0; i < 200; ++i)
         first.append(char(i * 7 + 3));
     return {{base, first}, {base + 0x1000, QByteArray("STRELO-SWV:9.1.0 new image")}};
-}
-
-// The blocks of an S-record text with 32-bit addresses, as the firmware layer assembles them.
-QList<QPair<quint32, QByteArray>> BlocksOf(const ByteVector &text, bool wide)
-{
-    CFirmwareFile file;
-    file.SetFirmwareBytes(text, wide);
-    file.ParseRecords();
-    QList<QPair<quint32, QByteArray>> blocks;
-    for (const auto &block : file.GetBlocks())
-        blocks.append({block->address, QByteArray(reinterpret_cast<const char *>(block->data.data()),
-                                                  static_cast<qsizetype>(block->data.size()))});
-    return blocks;
-}
-
-QList<QPair<quint32, QByteArray>> BlocksOfFile(const QString &path, bool wide)
-{
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
-        return {};
-    const QByteArray text = file.readAll();
-    return BlocksOf(ByteVector(text.begin(), text.end()), wide);
-}
-
-QList<QPair<quint32, QByteArray>> BlocksOfPackage(const QString &path, bool wide)
-{
-    CFirmwareFile file;
-    file.Load(path.toStdString(), false, wide);
-    QList<QPair<quint32, QByteArray>> blocks;
-    for (const auto &block : file.GetBlocks())
-        blocks.append({block->address, QByteArray(reinterpret_cast<const char *>(block->data.data()),
-                                                  static_cast<qsizetype>(block->data.size()))});
-    return blocks;
 }
 
 } // namespace
@@ -228,7 +195,7 @@ void TestUpgradeCommand::strelo002EndToEnd()
     QCOMPARE(result.OutLines(), kStatusLines);
 
     // The flashed memory holds exactly the package's blocks.
-    QCOMPARE(BlocksOfFile(imageOut, true), BlocksOfPackage(package, false));
+    QCOMPARE(FlashImage::Read(imageOut), FlashImage::PackageBlocks(package, false));
     QVERIFY(!SimLines(sim, "boot rx frame CMD=AA").isEmpty());
     QVERIFY(SimLines(sim, "boot rx frame CMD=AB").isEmpty());
     QVERIFY(SimLines(sim, "boot rx frame CMD=32").isEmpty());
@@ -237,7 +204,7 @@ void TestUpgradeCommand::strelo002EndToEnd()
 
     // Progress lines count from 0 up to the image size, chunk by chunk.
     int total = 0;
-    for (const auto &block : BlocksOfPackage(package, false))
+    for (const auto &block : FlashImage::PackageBlocks(package, false))
         total += block.second.size();
     const QStringList progress = result.ErrLines().filter(QRegularExpression("^progress: "));
     QVERIFY(progress.size() >= 8);
@@ -255,7 +222,7 @@ void TestUpgradeCommand::strelo003EndToEnd()
     const CommandResult result = Run({"--device", sim.DevicePath(), "upgrade", package});
     QVERIFY2(result.exitCode == 0, qPrintable(result.err));
     QCOMPARE(result.OutLines(), kStatusLines);
-    QCOMPARE(BlocksOfFile(imageOut, true), BlocksOfPackage(package, true));
+    QCOMPARE(FlashImage::Read(imageOut), FlashImage::PackageBlocks(package, true));
     QVERIFY(!SimLines(sim, "boot rx frame CMD=AB").isEmpty());
     QVERIFY(!SimLines(sim, "boot rx frame CMD=32").isEmpty());
     QVERIFY(SimLines(sim, "boot rx frame CMD=24").isEmpty());
@@ -292,7 +259,7 @@ void TestUpgradeCommand::rawHexFileWhenAllowed()
 
     result = Run({"--device", sim.DevicePath(), "upgrade", path, "--allow-raw-hex"});
     QVERIFY2(result.exitCode == 0, qPrintable(result.err));
-    QCOMPARE(BlocksOfFile(imageOut, true), (QList<QPair<quint32, QByteArray>> {{0x4000, QByteArray(70, 'r')}}));
+    QCOMPARE(FlashImage::Read(imageOut), (FlashImage::Runs {{0x4000, QByteArray(70, 'r')}}));
 }
 
 void TestUpgradeCommand::lineCutMidUploadFails()
