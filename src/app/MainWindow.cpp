@@ -32,7 +32,7 @@ const QString kIconTransmit = QStringLiteral("tx");
 } // namespace
 
 MainWindow::MainWindow(bool bAllowRawHex, const ControllerFactory &createController)
-    : m_connectedPixmap(), m_disconnectedPixmap(), m_settings(), ui(new Ui::MainWindow)
+    : ui(new Ui::MainWindow)
 {
     ui->setupUi(this);
     ConnectActions();

@@ -15,6 +15,7 @@
 
 #include <QAbstractButton>
 #include <QAction>
+#include <QClipboard>
 #include <QDialogButtonBox>
 #include <QFileDialog>
 #include <QGridLayout>
@@ -484,6 +485,17 @@ private slots:
 
         emit Controller()->ConnectionChanged(true);
         QVERIFY(SamePicture(ConnectionLabel()->pixmap(), ":/16x16/connected"));
+    }
+
+    void clickingTheUidCopiesTheBareUid()
+    {
+        OpenWindow();
+        QGuiApplication::clipboard()->setText(QStringLiteral("before"));
+        QTest::mouseClick(UidLabel(), Qt::LeftButton);
+        QCOMPARE(QGuiApplication::clipboard()->text(), QStringLiteral("before"));
+        m_window->SetUID(QStringLiteral("0011AABB - 2233CCDD - 4455EEFF"));
+        QTest::mouseClick(UidLabel(), Qt::LeftButton);
+        QCOMPARE(QGuiApplication::clipboard()->text(), QStringLiteral("0011AABB-2233CCDD-4455EEFF"));
     }
 
     void theRemoteControlActionWaitsForTheDialogToClose()
