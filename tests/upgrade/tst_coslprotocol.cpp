@@ -51,6 +51,7 @@ private slots:
     void badAnswerWithRetriesRepeats();
     void requestWhileBusySendsNothing();
     void eraseBIsRepeatedAsEraseA();
+    void eraseTimeOutRepeatsAsEraseA();
     void writeIsRepeatedWithTheSameFrame();
     void startApplicationLeavesProtocolIdle();
     void bytesWhileIdleAreIgnored();
@@ -247,6 +248,24 @@ void TestCOSLProtocol::eraseBIsRepeatedAsEraseA()
     QCOMPARE(protocol.Results().back(), COSLProtocol::OSL_BAD_ANSWER);
 }
 
+void TestCOSLProtocol::eraseTimeOutRepeatsAsEraseA()
+{
+    // The erase waits 10 s for its answer; the repetition after the time-out is 0xAA, and the
+    // request ends 10 s after that.
+    PtyPair pty;
+    RecordingProtocol protocol;
+    QVERIFY(OpenOn(protocol, pty));
+    QVERIFY(protocol.EraseFlashB(1));
+    QCOMPARE(pty.Read(5, 2000), kEraseB);
+    QCOMPARE(pty.Read(5, 15000), kEraseA);
+    QVERIFY(protocol.WaitForResults(1, 15000));
+    QCOMPARE(protocol.Results(), std::vector<Result> {COSLProtocol::OSL_NO_ANSWER});
+    const auto sent = protocol.SentFrames();
+    QCOMPARE(sent.size(), std::size_t(2));
+    const auto gap = std::chrono::duration_cast<std::chrono::milliseconds>(sent[1].at - sent[0].at);
+    QVERIFY2(gap.count() >= 9950, qPrintable(QString("repeated after %1 ms").arg(gap.count())));
+}
+
 void TestCOSLProtocol::writeIsRepeatedWithTheSameFrame()
 {
     PtyPair pty;
@@ -260,6 +279,10 @@ void TestCOSLProtocol::writeIsRepeatedWithTheSameFrame()
     QCOMPARE(pty.Read(12, 5000), expected);
     QVERIFY(protocol.WaitForResults(1, 5000));
     QCOMPARE(protocol.Results(), std::vector<Result> {COSLProtocol::OSL_NO_ANSWER});
+    const auto sent = protocol.SentFrames();
+    QCOMPARE(sent.size(), std::size_t(2));
+    const auto gap = std::chrono::duration_cast<std::chrono::milliseconds>(sent[1].at - sent[0].at);
+    QVERIFY2(gap.count() >= 995, qPrintable(QString("repeated after %1 ms").arg(gap.count())));
 }
 
 void TestCOSLProtocol::startApplicationLeavesProtocolIdle()
