@@ -421,9 +421,7 @@ void CStreloDevice::BuildTelegram(std::uint8_t group, std::uint8_t applicationId
     // One counter for every telegram of the device; it runs 1..255 and never sends 0.
     m_jobNumber = m_jobNumber >= 255 ? 1 : m_jobNumber + 1;
     const auto blockLength = Octet(static_cast<int>(block.size()));
-    m_userData.clear();
-    m_userData.insert(m_userData.end(), {0x00, Octet(5 + blockLength), group, applicationId,
-                                         Octet(m_jobNumber), 0x01, blockLength});
+    m_userData = {0x00, Octet(5 + blockLength), group, applicationId, Octet(m_jobNumber), 0x01, blockLength};
     m_userData.insert(m_userData.end(), block.begin(), block.end());
 }
 

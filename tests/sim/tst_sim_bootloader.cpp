@@ -24,7 +24,11 @@ Bytes WriteFrame(std::uint8_t command, std::uint32_t address, const Bytes &paylo
     unsigned sum = 0;
     for (const std::uint8_t b : data)
         sum += b;
-    Bytes frame {0x02, std::uint8_t(data.size()), command};
+    Bytes frame;
+    frame.reserve(data.size() + 5);
+    frame.push_back(0x02);
+    frame.push_back(std::uint8_t(data.size()));
+    frame.push_back(command);
     frame.insert(frame.end(), data.begin(), data.end());
     frame.push_back(std::uint8_t(0x100 - (sum & 0xFF)));
     frame.push_back(0x03);
