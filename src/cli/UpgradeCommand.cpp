@@ -3,6 +3,7 @@
 #include "CliDevice.h"
 #include "firmware/CFirmwareException.h"
 #include "settings/LichtwartSettings.h"
+#include "tls/CStreloProductTable.h"
 
 #include <QEventLoop>
 #include <QFile>
@@ -81,6 +82,8 @@ int UpgradeCommand::Run()
     const QString problem = ParseArguments(m_options.commandArguments);
     if (!problem.isEmpty())
         return UsageError(problem);
+    if (m_retry)
+        return RetryInBootLoader();
     if (!OpenLink())
         return kExitOpenFailed;
     if (!WaitForIdentification()) {
@@ -108,6 +111,12 @@ QString UpgradeCommand::ParseArguments(const QStringList &arguments)
                 return QStringLiteral("--upload-baud takes a baud rate such as 9600");
             m_uploadBaud = rate;
             ++i;
+        } else if (argument == QLatin1String("--retry")) {
+            m_product = i + 1 < arguments.size() ? CStreloProductTable::FindById(arguments.at(i + 1)) : nullptr;
+            if (!m_product)
+                return QStringLiteral("--retry takes the product in the boot loader: strelo-002 or strelo-003");
+            m_retry = true;
+            ++i;
         } else if (argument.startsWith(QLatin1Char('-')) && argument.size() > 1) {
             return QStringLiteral("unknown option %1").arg(argument);
         } else {
@@ -123,7 +132,7 @@ QString UpgradeCommand::ParseArguments(const QStringList &arguments)
 int UpgradeCommand::UsageError(const QString &problem)
 {
     m_err << "lichtwart-cli upgrade: " << problem << "\n"
-          << "usage: lichtwart-cli upgrade FILE [--allow-raw-hex] [--upload-baud RATE]\n";
+          << "usage: lichtwart-cli upgrade FILE [--allow-raw-hex] [--upload-baud RATE] [--retry PRODUCT]\n";
     m_err.flush();
     return kExitUsage;
 }
@@ -178,6 +187,25 @@ int UpgradeCommand::Upgrade()
     m_upgrading = true;
     m_sequencer.ConnectionChanged(m_linkUp);
     m_sequencer.Program();
+    return AwaitEnd();
+}
+
+int UpgradeCommand::RetryInBootLoader()
+{
+    m_sequencer.SetStreloDevice(m_product);
+    if (!LoadFirmware())
+        return kExitFirmware;
+    m_sequencer.SetUploadDevice(m_options.device);
+    if (m_uploadBaud)
+        m_sequencer.SetUploadBaudrate(*m_uploadBaud);
+    m_upgrading = true;
+    m_linkReleased = true;
+    m_sequencer.Retry();
+    return AwaitEnd();
+}
+
+int UpgradeCommand::AwaitEnd()
+{
     // The procedure always comes to an end: every step is supervised by a time-out.
     WaitFor([this] { return m_finished.has_value(); }, -1);
     ReleaseLink();

@@ -15,10 +15,14 @@ class CliDevice;
 class QEventLoop;
 struct STRELO_PRODUCT;
 
-// lichtwart-cli upgrade FILE [--allow-raw-hex] [--upload-baud RATE]: opens the link, waits until
-// the head is identified (its product decides the erase command and the address width), loads the
-// file for that product and runs the upgrade exactly as the dialog does: switch-over, hand-over of
-// the port, enquiry, erase, 32-byte writes and start.
+// lichtwart-cli upgrade FILE [--allow-raw-hex] [--upload-baud RATE] [--retry PRODUCT]: opens the
+// link, waits until the head is identified (its product decides the erase command and the address
+// width), loads the file for that product and runs the upgrade exactly as the dialog does:
+// switch-over, hand-over of the port, enquiry, erase, 32-byte writes and start.
+//
+// With --retry the head is taken to be still in its boot loader after a failed upgrade, as the
+// dialog's Retry button assumes: no link is opened, the named product (strelo-002 or strelo-003)
+// stands for the identification, and the upgrade starts at the enquiry.
 class UpgradeCommand : public QObject
 {
     Q_OBJECT
@@ -43,6 +47,8 @@ private:
     bool WaitForIdentification();
     bool LoadFirmware();
     int Upgrade();
+    int RetryInBootLoader();
+    int AwaitEnd();
     void OnLinkChanged(bool up);
     void OfferSwitchOver();
     void ReleaseLink();
@@ -55,6 +61,7 @@ private:
     QString m_file;
     bool m_allowRawHex = false;
     std::optional<int> m_uploadBaud;
+    bool m_retry = false;
 
     std::unique_ptr<CliDevice> m_device;
     UpgradeSequencer m_sequencer;

@@ -70,7 +70,7 @@ private slots:
     void strelo003EndToEnd();
     void uploadBaudOptionTellsTheHead();
     void rawHexFileWhenAllowed();
-    void lineCutMidUploadFails();
+    void lineCutMidUploadFailsAndRetryCompletes();
 
 private:
     CommandResult Run(const QStringList &arguments);
@@ -134,6 +134,8 @@ void TestUpgradeCommand::usageErrors_data()
     QTest::newRow("unknown option") << QStringList {"a.fwp", "--fast"} << "unknown option --fast";
     QTest::newRow("baud missing") << QStringList {"a.fwp", "--upload-baud"} << "--upload-baud takes a baud rate";
     QTest::newRow("baud not a number") << QStringList {"a.fwp", "--upload-baud", "fast"} << "--upload-baud takes a baud rate";
+    QTest::newRow("retry without product") << QStringList {"a.fwp", "--retry"} << "--retry takes the product";
+    QTest::newRow("retry unknown product") << QStringList {"a.fwp", "--retry", "strelo-001"} << "--retry takes the product";
 }
 
 void TestUpgradeCommand::usageErrors()
@@ -262,12 +264,13 @@ void TestUpgradeCommand::rawHexFileWhenAllowed()
     QCOMPARE(FlashImage::Read(imageOut), (FlashImage::Runs {{0x4000, QByteArray(70, 'r')}}));
 }
 
-void TestUpgradeCommand::lineCutMidUploadFails()
+void TestUpgradeCommand::lineCutMidUploadFailsAndRetryCompletes()
 {
     QList<FirmwarePackageBuilder::Block> blocks {{0x4000, QByteArray(2048, 'c')}};
     const QString package = WritePackage(false, blocks);
+    const QString imageOut = m_dir->filePath("flashed.mhx");
     SimProcess sim;
-    QVERIFY(sim.Start({}));
+    QVERIFY(sim.Start({"--image-out", imageOut}));
     LineRelay line(sim.DevicePath());
     QVERIFY(line.IsValid());
 
@@ -286,6 +289,13 @@ void TestUpgradeCommand::lineCutMidUploadFails()
     QCOMPARE(result.OutLines().last(), QString("Failed to write data block to flash!"));
     QCOMPARE(result.ErrLines().last(), QString("error: Failed to write data block to flash!"));
     QVERIFY(result.OutLines().contains("Uploading firmware, do not disconnect ..."));
+
+    // The head waits in its boot loader; once the cable is back, the upgrade is retried there.
+    line.SetCut(false);
+    const CommandResult retried = Run({"--device", line.Path(), "upgrade", package, "--retry", "strelo-002"});
+    QVERIFY2(retried.exitCode == 0, qPrintable(retried.err));
+    QCOMPARE(retried.OutLines(), QStringList {"Trying to reconnect ..."} + kStatusLines.mid(3));
+    QCOMPARE(FlashImage::Read(imageOut), FlashImage::PackageBlocks(package, false));
 }
 
 QTEST_GUILESS_MAIN(TestUpgradeCommand)
