@@ -27,7 +27,7 @@ bool IsTracedDirection(int direction)
 
 } // namespace
 
-CTrafficLightController::CTrafficLightController(QWidget *mainWindow) : QObject(mainWindow), m_settings()
+CTrafficLightController::CTrafficLightController(QWidget *mainWindow) : QObject(mainWindow)
 {
     qRegisterMetaType<const STRELO_PRODUCT *>("const STRELO_PRODUCT*");
 
