@@ -72,7 +72,7 @@ private:
     QStringList WaitForRow(const std::function<bool(const QStringList &)> &match)
     {
         QStringList found;
-        QTest::qWaitFor(
+        const bool arrived = QTest::qWaitFor(
             [&] {
                 for (int row = 0; row < Trace()->model()->rowCount(); ++row) {
                     const QStringList cells = Row(row);
@@ -84,7 +84,7 @@ private:
                 return false;
             },
             kLinkMs);
-        return found;
+        return arrived ? found : QStringList();
     }
     void Start(const QStringList &simOptions, int traceLevel = -1)
     {

@@ -100,13 +100,13 @@ struct LinkedController
     {
         int found = -1;
         // Wait in slices, so that what the controller queues to the GUI thread runs meanwhile.
-        QTest::qWaitFor(
+        const bool arrived = QTest::qWaitFor(
             [&] {
                 found = peer.WaitForFrame(from, [&](const PeerFrame &f) { return IsOsi7(f) && match(f); }, 10);
                 return found >= 0;
             },
             timeoutMs);
-        return found;
+        return arrived ? found : -1;
     }
 
     int WaitForType(int from, int type, int timeoutMs = kFrameMs)
