@@ -117,7 +117,9 @@ QString CliOptions::HelpText()
         "  set-osi2-address N            give the head a new OSI 2 address (1..199)\n"
         "  monitor [--duration MS]       print reports (and trace rows) until the time is up\n"
         "  firmware-info FILE [--allow-raw-hex] [--wide]\n"
-        "  upgrade FILE [--allow-raw-hex] [--upload-baud RATE]\n"
+        "  upgrade FILE [--allow-raw-hex] [--upload-baud RATE] [--retry PRODUCT]\n"
+        "                                --retry strelo-002|strelo-003: the head is still in its\n"
+        "                                boot loader after a failed upgrade; start at the enquiry\n"
         "\n"
         "Exit codes: 0 success, 1 port not opened, 2 usage error, 3 no link or identification,\n"
         "4 firmware file error, 5 upgrade failed.\n");

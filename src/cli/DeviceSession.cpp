@@ -52,6 +52,7 @@ DeviceSession::DeviceSession(const CliOptions &options, QTextStream &out, QTextS
         Reevaluate();
     }, Qt::QueuedConnection);
     connect(device, &CliDevice::Device, this, [this](const STRELO_PRODUCT *product) {
+        m_productRecord = product;
         m_product = product != nullptr ? product->id : QStringLiteral("unknown");
         m_haveDevice = true;
         Reevaluate();
@@ -77,6 +78,7 @@ bool DeviceSession::Open()
     const int baudIndex = CAsync::BaudIndexForRate(m_options.baudRate);
     if (!m_device->OpenLink(m_options.device.toStdString(), baudIndex, false)) {
         m_err << "error: the device " << m_options.device << " could not be opened\n";
+        m_err.flush();
         return false;
     }
     m_device->Connect(m_options.osi2Address, m_options.osi7Address);
@@ -90,6 +92,7 @@ bool DeviceSession::Identify()
     if (!m_interrupted) {
         m_err << (m_linkSeen ? "error: the device on " : "error: no link to the device on ") << m_options.device
               << (m_linkSeen ? " was not identified within " : " within ") << m_options.timeoutMs << " ms\n";
+        m_err.flush();
     }
     return false;
 }
@@ -169,7 +172,8 @@ bool DeviceSession::WaitFor(const std::function<bool()> &condition, int timeoutM
     QTimer deadline;
     deadline.setSingleShot(true);
     connect(&deadline, &QTimer::timeout, &loop, &QEventLoop::quit);
-    deadline.start(timeoutMs);
+    if (timeoutMs >= 0)
+        deadline.start(timeoutMs);
     m_condition = condition;
     m_loop = &loop;
     loop.exec();
@@ -211,6 +215,7 @@ void DeviceSession::OnLinkChanged(bool up)
     }
     m_linkUp = up;
     m_linkSeen = m_linkSeen || up;
+    emit LinkChanged(up);
     Reevaluate();
 }
 

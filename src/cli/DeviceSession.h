@@ -13,6 +13,9 @@ class CStreloDevice;
 class QEventLoop;
 struct STRELO_PRODUCT;
 
+// (The upgrade command builds on the same session: it opens, identifies and releases the link
+// through it and waits on its conditions.)
+
 // One CLI session with a head: opens the port, runs the link procedure (with the start-up
 // sequence at every link-up, as the GUI does), waits for the identification, performs the command's
 // action, prints the reports that arrive within the settle time, then stops the link and closes.
@@ -38,13 +41,27 @@ public:
     // monitor: reports (and trace lines) for the duration or until SIGINT/SIGTERM.
     int RunMonitor(int durationMs);
 
-private:
+    // The steps the commands are made of. Open and Identify print what went wrong.
     bool Open();
     bool Identify();
-    bool WaitFor(const std::function<bool()> &condition, int timeoutMs);
-    void Settle(int milliseconds);
-    void Reevaluate();
+    // Stops the link procedure and closes the port.
     void Finish();
+    CliDevice &Device() { return *m_device; }
+    // The identified product; null for a head of unknown hardware.
+    const STRELO_PRODUCT *Product() const { return m_productRecord; }
+    bool Interrupted() const { return m_interrupted; }
+
+    // Runs the event loop until the condition holds, the time is up (a negative time: no limit)
+    // or SIGINT/SIGTERM arrives; tells whether the condition holds.
+    bool WaitFor(const std::function<bool()> &condition, int timeoutMs);
+    // Lets a waiting WaitFor look at its condition again.
+    void Reevaluate();
+
+signals:
+    void LinkChanged(bool up);
+
+private:
+    void Settle(int milliseconds);
     void OnLinkChanged(bool up);
     void PrintLine(const QString &line);
 
@@ -65,5 +82,6 @@ private:
     QString m_hardware;
     QString m_software;
     QString m_product;
+    const STRELO_PRODUCT *m_productRecord = nullptr;
     QString m_uid;
 };

@@ -5,9 +5,7 @@
 #include "settings/LichtwartSettings.h"
 #include "tls/CStreloProductTable.h"
 
-#include <QEventLoop>
 #include <QFile>
-#include <QSettings>
 
 #include <unistd.h>
 
@@ -15,7 +13,6 @@ namespace {
 
 // How often a switch-over the link cannot take yet (a telegram is still pending) is offered again.
 constexpr int kSwitchOfferIntervalMs = 20;
-constexpr int kLastStartupJob = 4;
 
 // A bar drawn in place only makes sense where a person watches the stream.
 bool IsTerminal(const QTextStream &stream)
@@ -36,28 +33,10 @@ UpgradeCommand::UpgradeCommand(const CliOptions &options, QTextStream &out, QTex
     : m_options(options)
     , m_out(out)
     , m_err(err)
-    , m_device(std::make_unique<CliDevice>(options.trace))
+    , m_session(options, out, err)
     , m_sequencer(out, err, IsTerminal(err))
 {
-    CliDevice *device = m_device.get();
-    connect(device, &CliDevice::LinkChangedSignal, this, &UpgradeCommand::OnLinkChanged, Qt::QueuedConnection);
-    connect(device, &CliDevice::TraceLine, this, [this](const QString &line) {
-        m_err << line << "\n";
-        m_err.flush();
-    }, Qt::QueuedConnection);
-    connect(device, &CliDevice::Version, this, [this] {
-        m_haveVersion = true;
-        Reevaluate();
-    }, Qt::QueuedConnection);
-    connect(device, &CliDevice::Device, this, [this](const STRELO_PRODUCT *product) {
-        m_product = product;
-        m_haveDevice = true;
-        Reevaluate();
-    }, Qt::QueuedConnection);
-    connect(device, &CliDevice::Uid, this, [this] {
-        m_haveUid = true;
-        Reevaluate();
-    }, Qt::QueuedConnection);
+    connect(&m_session, &DeviceSession::LinkChanged, this, &UpgradeCommand::OnLinkChanged);
 
     // The dialog's wiring, with the link of this command in the place of the main window's.
     connect(&m_sequencer, &CUpgradeProcedure::SwitchToFirmwareUploadMode, this, [this](int port, int baud, int features) {
@@ -69,7 +48,7 @@ UpgradeCommand::UpgradeCommand(const CliOptions &options, QTextStream &out, QTex
     connect(&m_sequencer, &CUpgradeProcedure::StartingFlashOperations, this, &UpgradeCommand::ReleaseLink);
     connect(&m_sequencer, &CUpgradeProcedure::UpgradeFinished, this, [this](bool success) {
         m_finished = success;
-        Reevaluate();
+        m_session.Reevaluate();
     });
     m_switchOffer.setInterval(kSwitchOfferIntervalMs);
     connect(&m_switchOffer, &QTimer::timeout, this, &UpgradeCommand::OfferSwitchOver);
@@ -139,24 +118,14 @@ int UpgradeCommand::UsageError(const QString &problem)
 
 bool UpgradeCommand::OpenLink()
 {
-    const int baudIndex = CAsync::BaudIndexForRate(m_options.baudRate);
-    if (!m_device->OpenLink(m_options.device.toStdString(), baudIndex, false)) {
-        m_err << "error: the device " << m_options.device << " could not be opened\n";
-        m_err.flush();
-        return false;
-    }
-    m_device->Connect(m_options.osi2Address, m_options.osi7Address);
-    return true;
+    return m_session.Open();
 }
 
 bool UpgradeCommand::WaitForIdentification()
 {
-    if (!WaitFor([this] { return m_haveVersion && m_haveDevice && m_haveUid; }, m_options.timeoutMs)) {
-        m_err << (m_linkSeen ? "error: the device on " : "error: no link to the device on ") << m_options.device
-              << (m_linkSeen ? " was not identified within " : " within ") << m_options.timeoutMs << " ms\n";
-        m_err.flush();
+    if (!m_session.Identify())
         return false;
-    }
+    m_product = m_session.Product();
     if (!m_product) {
         // Without the product neither the erase command nor the address width is known.
         m_err << "error: the device on " << m_options.device << " is not a known Strelo product\n";
@@ -206,39 +175,33 @@ int UpgradeCommand::RetryInBootLoader()
 
 int UpgradeCommand::AwaitEnd()
 {
-    // The procedure always comes to an end: every step is supervised by a time-out.
-    WaitFor([this] { return m_finished.has_value(); }, -1);
+    // The procedure always comes to an end: every step is supervised by a time-out. Only SIGINT or
+    // SIGTERM cut it short.
+    m_session.WaitFor([this] { return m_finished.has_value(); }, -1);
     ReleaseLink();
-    if (*m_finished)
+    if (m_finished.value_or(false))
         return kExitOk;
-    m_err << "error: " << m_sequencer.LastStatus() << "\n";
+    if (!m_finished)
+        m_err << "error: the upgrade was interrupted; the head may still be in its boot loader "
+                 "(run the upgrade again with --retry PRODUCT)\n";
+    else
+        m_err << "error: " << m_sequencer.LastStatus() << "\n";
     m_err.flush();
     return kExitUpgradeFailed;
 }
 
 void UpgradeCommand::OnLinkChanged(bool up)
 {
-    if (up && !m_linkUp && !m_upgrading) {
-        // At link-up the head gets its OSI 7 address, where the settings ask for it, and is asked
-        // for its identity, as the main window's controller does.
-        const QSettings settings;
-        if (LichtwartSettings::Read(settings, LichtwartSettings::AddressAssign).toBool())
-            m_device->AssignOSI7Address(m_options.osi7Address);
-        for (int job = 0; job <= kLastStartupJob; ++job)
-            m_device->QueueJob(job);
-    }
     m_linkUp = up;
-    m_linkSeen = m_linkSeen || up;
     // Once the port is handed over to the boot loader, late reports of the closed link are stale.
     if (m_upgrading && !m_linkReleased)
         m_sequencer.ConnectionChanged(up);
-    Reevaluate();
 }
 
 void UpgradeCommand::OfferSwitchOver()
 {
     const bool taken = m_sequencer.UpgradeStateValue() != CUpgradeProcedure::UPGRADE_SWITCHING
-        || m_device->SwitchToFirmwareUploadMode(m_switchArguments[0], m_switchArguments[1], m_switchArguments[2]);
+        || m_session.Device().SwitchToFirmwareUploadMode(m_switchArguments[0], m_switchArguments[1], m_switchArguments[2]);
     if (taken)
         m_switchOffer.stop();
     else if (!m_switchOffer.isActive())
@@ -249,30 +212,5 @@ void UpgradeCommand::ReleaseLink()
 {
     m_linkReleased = true;
     m_switchOffer.stop();
-    m_device->Disconnect();
-    m_device->Close();
-}
-
-bool UpgradeCommand::WaitFor(const std::function<bool()> &condition, int timeoutMs)
-{
-    if (condition())
-        return true;
-    QEventLoop loop;
-    QTimer deadline;
-    deadline.setSingleShot(true);
-    connect(&deadline, &QTimer::timeout, &loop, &QEventLoop::quit);
-    if (timeoutMs >= 0)
-        deadline.start(timeoutMs);
-    m_condition = condition;
-    m_loop = &loop;
-    loop.exec();
-    m_loop = nullptr;
-    m_condition = nullptr;
-    return condition();
-}
-
-void UpgradeCommand::Reevaluate()
-{
-    if (m_loop && m_condition && m_condition())
-        m_loop->quit();
+    m_session.Finish();
 }

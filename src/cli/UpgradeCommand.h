@@ -1,18 +1,15 @@
 #pragma once
 
 #include "CliOptions.h"
+#include "DeviceSession.h"
 #include "UpgradeSequencer.h"
 
 #include <QObject>
 #include <QTextStream>
 #include <QTimer>
 
-#include <functional>
-#include <memory>
 #include <optional>
 
-class CliDevice;
-class QEventLoop;
 struct STRELO_PRODUCT;
 
 // lichtwart-cli upgrade FILE [--allow-raw-hex] [--upload-baud RATE] [--retry PRODUCT]: opens the
@@ -52,8 +49,6 @@ private:
     void OnLinkChanged(bool up);
     void OfferSwitchOver();
     void ReleaseLink();
-    bool WaitFor(const std::function<bool()> &condition, int timeoutMs);
-    void Reevaluate();
 
     const CliOptions &m_options;
     QTextStream &m_out;
@@ -63,23 +58,16 @@ private:
     std::optional<int> m_uploadBaud;
     bool m_retry = false;
 
-    std::unique_ptr<CliDevice> m_device;
+    DeviceSession m_session;
     UpgradeSequencer m_sequencer;
     QTimer m_switchOffer;
     int m_switchArguments[3] = {0, 0, 0};
 
     const STRELO_PRODUCT *m_product = nullptr;
-    bool m_haveVersion = false;
-    bool m_haveDevice = false;
-    bool m_haveUid = false;
     bool m_linkUp = false;
-    bool m_linkSeen = false;
     bool m_upgrading = false;
     bool m_linkReleased = false;
     std::optional<bool> m_finished;
-
-    QEventLoop *m_loop = nullptr;
-    std::function<bool()> m_condition;
 };
 
 // The entry point used by main().

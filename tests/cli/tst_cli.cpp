@@ -1,5 +1,7 @@
+#include "FirmwarePackageBuilder.h"
 #include "SimProcess.h"
 
+#include <QFile>
 #include <QProcess>
 #include <QRegularExpression>
 #include <QSettings>
@@ -41,6 +43,8 @@ private slots:
     void monitorStopsCleanlyOnSigterm();
     void setOsi2AddressMovesTheHeadAndIsStored();
     void flasherSyncSoftIsABroadcast();
+    void firmwareInfoOfAPackage();
+    void upgradeFlashesThePackageByteForByte();
 
 private:
     CliResult Run(const QStringList &arguments, int timeoutMs = 30000);
@@ -282,6 +286,58 @@ void TestCli::flasherSyncSoftIsABroadcast()
     // Both broadcast settings default to true: link address 255, function 4, DE 255, 12 cycles.
     QVERIFY(sim.WaitForLine(QRegularExpression(QStringLiteral("link rx long C=[57]4 A=255 .*FN=4 NAME=DNR")), 0) >= 0);
     QVERIFY(sim.WaitForLine(QRegularExpression(QStringLiteral("app flasher-sync DE=255 BROADCAST=1 PARAMS=0C00")), 0) >= 0);
+}
+
+void TestCli::firmwareInfoOfAPackage()
+{
+    QTemporaryDir dir;
+    const QString package = dir.filePath(QStringLiteral("head.fwp"));
+    QVERIFY(FirmwarePackageBuilder::WriteProductPackage(package, {{0x1000, QByteArray(40, '\x5A')}}, false, "2.0.1"));
+    const CliResult result = Run({"firmware-info", package});
+    QCOMPARE(result.exitCode, 0);
+    const QStringList lines = result.out.split('\n', Qt::SkipEmptyParts);
+    QCOMPARE(lines.value(0), QStringLiteral("version: 2.0.1"));
+    QVERIFY(lines.value(2).startsWith(QStringLiteral("md5: ")));
+    QCOMPARE(lines.mid(3), (QStringList {"blocks: 1", "bytes: 40", "block: 0x00001000 40"}));
+
+    const CliResult wrongWidth = Run({"firmware-info", package, "--wide"});
+    QCOMPARE(wrongWidth.exitCode, 4);
+    QCOMPARE(wrongWidth.err, QStringLiteral("firmware error 8: Records of type 'S2' are not supported\n"));
+}
+
+void TestCli::upgradeFlashesThePackageByteForByte()
+{
+    QTemporaryDir dir;
+    const QString package = dir.filePath(QStringLiteral("head.fwp"));
+    const QString flashed = dir.filePath(QStringLiteral("flashed.mhx"));
+    QByteArray image = QByteArray("STRELO-SWV:1.5.0") + QByteArray(84, '\x11');
+    QVERIFY(FirmwarePackageBuilder::WriteProductPackage(package, {{0x4000, image}}, false, "1.5.0"));
+    SimProcess sim;
+    QVERIFY(sim.Start({"--image-out", flashed, "--erase-ms", "50"}));
+
+    const CliResult result = Run({"--device", sim.DevicePath(), "upgrade", package}, 120000);
+    QCOMPARE(result.exitCode, 0);
+    const QStringList status = result.out.split('\n', Qt::SkipEmptyParts);
+    QVERIFY2(status.contains(QStringLiteral("Erasing flash, do not disconnect ...")), qPrintable(result.out));
+    QVERIFY(status.contains(QStringLiteral("Uploading firmware, do not disconnect ...")));
+    QCOMPARE(status.last(), QStringLiteral("All done, please close this window now"));
+    QVERIFY(result.err.contains(QStringLiteral("progress: 100/100")));
+
+    // The head wrote what it was given: one S3 record run of the 100 bytes at 0x4000.
+    QVERIFY(sim.WaitForLine(QRegularExpression(QStringLiteral("boot start BYTES=100 RUNS=1 VERSION=1.5.0")), 0) >= 0);
+    QFile file(flashed);
+    QVERIFY(file.open(QIODevice::ReadOnly));
+    QByteArray data;
+    for (const QByteArray &line : file.readAll().split('\n')) {
+        if (line.startsWith("S3"))
+            data += QByteArray::fromHex(line.mid(12, line.trimmed().size() - 14));
+    }
+    QCOMPARE(data, image);
+
+    // After the restart the head answers on the link again, with the software of the image.
+    const CliResult after = Run({"--device", sim.DevicePath(), "identify"});
+    QCOMPARE(after.exitCode, 0);
+    QVERIFY2(after.out.contains(QStringLiteral("software: 1.5.0\n")), qPrintable(after.out));
 }
 
 QTEST_GUILESS_MAIN(TestCli)
