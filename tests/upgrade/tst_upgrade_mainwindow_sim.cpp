@@ -265,7 +265,9 @@ void TestUpgradeMainWindowSim::naksWithinTheRetryBudget()
 
 void TestUpgradeMainWindowSim::cablePulledMidUploadThenRetry()
 {
-    Start({}, true);
+    // Answers that take 20 ms each keep the upload long enough for the cut to fall inside it,
+    // however fast the machine.
+    Start({"--latency", "20"}, true);
     const QString package = WritePackage(false);
     OpenDialogAndLoad(package);
     QTimer watch;

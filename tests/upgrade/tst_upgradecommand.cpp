@@ -270,7 +270,9 @@ void TestUpgradeCommand::lineCutMidUploadFailsAndRetryCompletes()
     const QString package = WritePackage(false, blocks);
     const QString imageOut = m_dir->filePath("flashed.mhx");
     SimProcess sim;
-    QVERIFY(sim.Start({"--image-out", imageOut}));
+    // Each answer takes 20 ms, so the 64 chunks last over a second and the cut reliably falls
+    // inside the upload, however fast the machine.
+    QVERIFY(sim.Start({"--image-out", imageOut, "--latency", "20"}));
     LineRelay line(sim.DevicePath());
     QVERIFY(line.IsValid());
 
