@@ -25,9 +25,12 @@ Bytes PacedQueue::Due(TimePoint now) const
     return bytes;
 }
 
-void PacedQueue::Pop(std::size_t count)
+TimePoint PacedQueue::Pop(std::size_t count)
 {
-    m_bytes.erase(m_bytes.begin(), m_bytes.begin() + static_cast<std::ptrdiff_t>(std::min(count, m_bytes.size())));
+    const std::size_t taken = std::min(count, m_bytes.size());
+    const TimePoint lastDue = taken > 0 ? m_bytes[taken - 1].due : TimePoint {};
+    m_bytes.erase(m_bytes.begin(), m_bytes.begin() + static_cast<std::ptrdiff_t>(taken));
+    return lastDue;
 }
 
 std::optional<TimePoint> PacedQueue::NextDue() const

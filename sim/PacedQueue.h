@@ -17,8 +17,9 @@ public:
 
     // The bytes due at `now`, in order, without taking them.
     Bytes Due(TimePoint now) const;
-    // Takes the first `count` bytes.
-    void Pop(std::size_t count);
+    // Takes the first `count` bytes (count >= 1) and returns when the last of them was due: the
+    // moment its last bit arrived on the line.
+    TimePoint Pop(std::size_t count);
     std::optional<TimePoint> NextDue() const;
     bool Empty() const { return m_bytes.empty(); }
     void Clear()

@@ -123,16 +123,18 @@ void SimRunner::DeliverInput(TimePoint now)
     const Bytes due = m_input.Due(now);
     if (due.empty())
         return;
-    m_input.Pop(due.size());
+    // The head answers from the moment the last byte arrived on the line, not from the moment
+    // this loop woke up, so the simulator's own wake-up latency does not slow the line down.
+    const TimePoint arrived = m_input.Pop(due.size());
     if (m_options.pace)
         m_head->SetCharacterTime(CharacterTime(!m_head->InBootLoader()));
-    Schedule(m_head->Receive(due.data(), due.size(), now), now);
+    Schedule(m_head->Receive(due.data(), due.size(), now), arrived);
 }
 
-void SimRunner::Schedule(std::vector<Transmission> answers, TimePoint now)
+void SimRunner::Schedule(std::vector<Transmission> answers, TimePoint from)
 {
     for (Transmission &answer : answers) {
-        const TimePoint due = std::max(now + m_options.latency + answer.delay, m_lastScheduled);
+        const TimePoint due = std::max(from + m_options.latency + answer.delay, m_lastScheduled);
         m_lastScheduled = due;
         m_scheduled.push_back(Scheduled {due, std::move(answer)});
     }
@@ -141,6 +143,7 @@ void SimRunner::Schedule(std::vector<Transmission> answers, TimePoint now)
 void SimRunner::ReleaseAnswers(TimePoint now)
 {
     while (!m_scheduled.empty() && m_scheduled.front().due <= now) {
+        const TimePoint due = m_scheduled.front().due;
         const Transmission answer = std::move(m_scheduled.front().transmission);
         m_scheduled.pop_front();
         if (m_options.silent)
@@ -152,7 +155,7 @@ void SimRunner::ReleaseAnswers(TimePoint now)
                 + " GUARD=" + (sent.guarded ? "1" : "0");
         }
         m_log.Write(now, answer.channel, line);
-        m_output.Push(sent.bytes, now, CharacterTime(answer.parityBit));
+        m_output.Push(sent.bytes, due, CharacterTime(answer.parityBit));
     }
 }
 

@@ -44,7 +44,8 @@ private:
     void OnPortClosed(TimePoint now);
     void ReadInput(TimePoint now);
     void DeliverInput(TimePoint now);
-    void Schedule(std::vector<Transmission> answers, TimePoint now);
+    // Queues the answers, each due its latency after `from`.
+    void Schedule(std::vector<Transmission> answers, TimePoint from);
     void ReleaseAnswers(TimePoint now);
     void WriteOutput(TimePoint now);
     std::chrono::nanoseconds CharacterTime(bool parityBit) const;
