@@ -1,12 +1,21 @@
 #include "CStreloProductTable.h"
 
+namespace {
+
+// Built when the program starts, before any port or timer thread exists. The reader thread finds a
+// record here and hands the pointer to the user-interface thread in a queued signal; a record built
+// on first use would be built on the reader thread, and the queue that orders it before the read is
+// inside Qt, where the thread sanitizer cannot see it.
+const STRELO_PRODUCT kStrelo002 {QStringLiteral("strelo-002"), 2, 0};
+const STRELO_PRODUCT kStrelo003 {QStringLiteral("strelo-003"), 3, 1};
+const std::array<const STRELO_PRODUCT *, CStreloProductTable::kRowCount> kRows {&kStrelo002, &kStrelo003};
+
+} // namespace
+
 const std::array<const STRELO_PRODUCT *, CStreloProductTable::kRowCount> &CStreloProductTable::Rows()
 {
-    // Built on first use and never changed; receivers of DeviceChanged may keep the pointers.
-    static const STRELO_PRODUCT strelo002 {QStringLiteral("strelo-002"), 2, 0};
-    static const STRELO_PRODUCT strelo003 {QStringLiteral("strelo-003"), 3, 1};
-    static const std::array<const STRELO_PRODUCT *, kRowCount> rows {&strelo002, &strelo003};
-    return rows;
+    // Never changed; receivers of DeviceChanged may keep the pointers.
+    return kRows;
 }
 
 const STRELO_PRODUCT *CStreloProductTable::FindByHardwareMajor(int hardwareMajor)
