@@ -195,11 +195,13 @@ void DeviceSession::Reevaluate()
 
 void DeviceSession::Finish()
 {
+    m_closing = true;
     m_device->Disconnect();
     m_device->Close();
     // Reports already queued from the reader thread are still printed when they are wanted.
     QCoreApplication::processEvents();
     m_out.flush();
+    m_closing = false;
 }
 
 void DeviceSession::OnLinkChanged(bool up)
@@ -213,6 +215,10 @@ void DeviceSession::OnLinkChanged(bool up)
         for (int job = 0; job <= 4; ++job)
             m_device->QueueJob(job);
     }
+    // A head that goes away (cable pulled, adapter unplugged) and comes back is reported; the
+    // repeated failed cycles of a silent head and our own Disconnect are not.
+    if (m_linkSeen && up != m_linkUp && !m_closing)
+        PrintLine(up ? QStringLiteral("link: up") : QStringLiteral("link: down"));
     m_linkUp = up;
     m_linkSeen = m_linkSeen || up;
     emit LinkChanged(up);

@@ -75,6 +75,7 @@ private:
     bool m_printReports = false;
     bool m_linkUp = false;
     bool m_linkSeen = false;
+    bool m_closing = false; // Finish is ending the link
 
     bool m_haveVersion = false;
     bool m_haveDevice = false;

@@ -2,15 +2,20 @@
 
 #include <QElapsedTimer>
 #include <QFile>
-#include <QStringList>
+#include <QString>
 
 #include <unistd.h>
 
 namespace {
 
-qint64 ResidentKiB()
+QString ProcFile(qint64 pid, const char *name)
 {
-    QFile status(QStringLiteral("/proc/self/status"));
+    return QStringLiteral("/proc/%1/%2").arg(pid > 0 ? QString::number(pid) : QStringLiteral("self"), QLatin1String(name));
+}
+
+qint64 ResidentKiB(qint64 pid)
+{
+    QFile status(ProcFile(pid, "status"));
     if (!status.open(QIODevice::ReadOnly))
         return -1;
     for (const QByteArray &line : status.readAll().split('\n')) {
@@ -20,9 +25,9 @@ qint64 ResidentKiB()
     return -1;
 }
 
-qint64 CpuMs()
+qint64 CpuMs(qint64 pid)
 {
-    QFile stat(QStringLiteral("/proc/self/stat"));
+    QFile stat(ProcFile(pid, "stat"));
     if (!stat.open(QIODevice::ReadOnly))
         return -1;
     // The command name may hold blanks; the fields after its closing parenthesis do not.
@@ -35,12 +40,12 @@ qint64 CpuMs()
 
 } // namespace
 
-ProcessUsage::Sample ProcessUsage::Take()
+ProcessUsage::Sample ProcessUsage::Take(qint64 pid)
 {
     static QElapsedTimer clock;
     if (!clock.isValid())
         clock.start();
-    return Sample {ResidentKiB(), CpuMs(), clock.elapsed()};
+    return Sample {ResidentKiB(pid), CpuMs(pid), clock.elapsed()};
 }
 
 double ProcessUsage::CpuPercent(const Sample &from, const Sample &to)

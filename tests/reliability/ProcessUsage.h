@@ -2,7 +2,8 @@
 
 #include <QtGlobal>
 
-// The resident memory and the CPU time this process has used so far, read from /proc/self.
+// The resident memory and the CPU time a process (this one, or a child by its id) has used so
+// far, read from /proc.
 class ProcessUsage
 {
 public:
@@ -13,7 +14,7 @@ public:
         qint64 elapsedMs = 0; // monotonic clock when the sample was taken
     };
 
-    static Sample Take();
+    static Sample Take(qint64 pid = 0);
     // The CPU load between two samples, in percent of one core.
     static double CpuPercent(const Sample &from, const Sample &to);
 };
