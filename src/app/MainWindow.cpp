@@ -399,6 +399,8 @@ void MainWindow::ReleaseResources()
         m_controller->ShutDown();
     delete m_controller;
     m_controller = nullptr;
+    if (m_firmwareUpgrade)
+        m_firmwareUpgrade->ShutDown();
     delete m_firmwareUpgrade;
     m_firmwareUpgrade = nullptr;
 }

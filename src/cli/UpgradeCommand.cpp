@@ -54,7 +54,10 @@ UpgradeCommand::UpgradeCommand(const CliOptions &options, QTextStream &out, QTex
     connect(&m_switchOffer, &QTimer::timeout, this, &UpgradeCommand::OfferSwitchOver);
 }
 
-UpgradeCommand::~UpgradeCommand() = default;
+UpgradeCommand::~UpgradeCommand()
+{
+    m_sequencer.ShutDown();
+}
 
 int UpgradeCommand::Run()
 {

@@ -17,7 +17,12 @@ CUpgradeProcedure::CUpgradeProcedure(QObject *parent)
 
 CUpgradeProcedure::~CUpgradeProcedure()
 {
-    // No answer or time-out may reach CommandResult while this object is being destroyed.
+    // Normally the owner has already shut down; this keeps a forgotten port from staying open.
+    ShutDown();
+}
+
+void CUpgradeProcedure::ShutDown()
+{
     StopThread();
     Close();
 }

@@ -67,6 +67,11 @@ public:
     explicit CUpgradeProcedure(QObject *parent = nullptr);
     ~CUpgradeProcedure() override;
 
+    // Ends the time-out thread and closes the port. The owner calls it before destroying the
+    // procedure: until then either thread may be calling CommandResult, and a subclass's
+    // destructor must not run under it.
+    void ShutDown();
+
     // The code by which the head is told the upload rate: 4800 gives 2, 9600 gives 3, up to 115200
     // which gives 7; any other rate gives 1.
     static int BaudRateCode(int rate);
