@@ -3,14 +3,21 @@
 # corpus (fuzz/corpus-work/<target>, not committed), and prints the executions per target. Fails
 # when a target finds a crash, a leak or a time-out; the input that did it is left in the working
 # copy as crash-*, leak-* or timeout-*.
-#   scripts/run-fuzz.sh [BUILD_DIR] [SECONDS]
+#   scripts/run-fuzz.sh [BUILD_DIR] [SECONDS] [TARGET ...]
+# With FUZZ_MERGE=1 the inputs of the run that reach code the committed corpus does not are added
+# to fuzz/corpus/<target> (libFuzzer's merge keeps only those), ready to be committed.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 build_dir=${1:-build-fuzz}
 seconds=${2:-60}
+shift $(( $# < 2 ? $# : 2 ))
 
 shopt -s nullglob
 fuzzers=("$build_dir"/fuzz/fuzz_*)
+if [ $# -gt 0 ]; then
+  fuzzers=()
+  for target in "$@"; do fuzzers+=("$build_dir/fuzz/$target"); done
+fi
 if [ ${#fuzzers[@]} -eq 0 ]; then
   echo "run-fuzz: no fuzz targets in $build_dir/fuzz (make fuzz builds them)" >&2
   exit 1
@@ -35,6 +42,11 @@ for fuzzer in "${fuzzers[@]}"; do
     echo "run-fuzz: $name failed (exit $status); last lines of $log:" >&2
     tail -n 30 "$log" >&2
     failed+=("$name")
+  elif [ "${FUZZ_MERGE:-0}" = 1 ]; then
+    mkdir -p "fuzz/corpus/$name"
+    before=$(ls "fuzz/corpus/$name" | wc -l)
+    "$fuzzer" -merge=1 -timeout=10 -rss_limit_mb=2048 "fuzz/corpus/$name" "$work" >"$work.merge.log" 2>&1 </dev/null
+    echo "$name: $(( $(ls "fuzz/corpus/$name" | wc -l) - before )) corpus entries added that raise coverage"
   fi
 done
 
