@@ -5,21 +5,14 @@
 #include "FirmwarePackageBuilder.h"
 #include "FlashImage.h"
 #include "LogTrigger.h"
-#include "ModalAnswerer.h"
 #include "SettingsSandbox.h"
 #include "SimChild.h"
+#include "UpgradeWindow.h"
 #include "UsbAdapter.h"
 
-#include "app/MainWindow.h"
-#include "firmware/FWUpgradeDialog.h"
-#include "settings/LichtwartSettings.h"
-
-#include <QAction>
 #include <QApplication>
 #include <QFile>
-#include <QLabel>
 #include <QPushButton>
-#include <QSettings>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -58,21 +51,19 @@ private:
     QStringList HeadOptions() const;
     void OpenWindow(const QString &device);
     void LoadAndProgram();
-    bool WaitForStatus(const QString &text, int timeoutMs);
+    bool WaitForStatus(const QString &text, int timeoutMs) const { return m_ui.WaitForStatus(text, timeoutMs); }
     void ExpectRetryOffered();
     void ExpectFlashed();
 
-    QAction *Action(const char *name) const { return m_window->findChild<QAction *>(QLatin1String(name)); }
-    FWUpgradeDialog *Dialog() const { return m_window->findChild<FWUpgradeDialog *>(); }
-    QPushButton *Button(const char *name) const { return Dialog()->findChild<QPushButton *>(QLatin1String(name)); }
-    QString Status() const { return Dialog()->findChild<QLabel *>(QStringLiteral("txtStatus"))->text(); }
+    QAction *Action(const char *name) const { return m_ui.Action(name); }
+    QPushButton *Button(const char *name) const { return m_ui.Find<QPushButton>(name); }
+    QString Status() const { return m_ui.Status(); }
 
     SettingsSandbox m_sandbox;
     std::unique_ptr<QTemporaryDir> m_dir;
     QString m_package;
     QString m_imageOut;
-    std::unique_ptr<ModalAnswerer> m_answerer;
-    std::unique_ptr<MainWindow> m_window;
+    UpgradeWindow m_ui;
 };
 
 void TestInterruptedUpgradeWindow::initTestCase()
@@ -90,17 +81,12 @@ void TestInterruptedUpgradeWindow::init()
     for (int i = 0; i < 2048; ++i)
         code.append(char(i * 7 + 3));
     QVERIFY(FirmwarePackageBuilder::WriteProductPackage(m_package, {{0x4000, code}}, false, "9.1.0"));
-    QSettings settings;
-    settings.setValue(QLatin1String(LichtwartSettings::FirmwareWarnProgStart), false);
-    settings.setValue(QLatin1String(LichtwartSettings::FirmwareWarnOutdated), false);
-    settings.setValue(QLatin1String(LichtwartSettings::FirmwareBaudrate), 115200);
-    settings.setValue(QLatin1String(LichtwartSettings::InterfaceBaudrate), 115200);
+    UpgradeWindow::PrepareSettings();
 }
 
 void TestInterruptedUpgradeWindow::cleanup()
 {
-    m_window.reset();
-    m_answerer.reset();
+    m_ui.Close();
 }
 
 QStringList TestInterruptedUpgradeWindow::HeadOptions() const
@@ -110,30 +96,19 @@ QStringList TestInterruptedUpgradeWindow::HeadOptions() const
 
 void TestInterruptedUpgradeWindow::OpenWindow(const QString &device)
 {
-    QSettings().setValue(QLatin1String(LichtwartSettings::InterfaceDevice), device);
-    m_answerer = std::make_unique<ModalAnswerer>();
-    m_window = std::make_unique<MainWindow>(false);
-    m_window->show();
-    Action("actionConnect")->trigger();
-    QTRY_VERIFY_WITH_TIMEOUT(Action("actionUpgradeFirmware")->isEnabled(), kLinkMs);
+    QVERIFY(m_ui.Open(device, kLinkMs));
 }
 
 void TestInterruptedUpgradeWindow::LoadAndProgram()
 {
     Action("actionUpgradeFirmware")->trigger();
-    QVERIFY(Dialog() && Dialog()->isVisible());
+    QVERIFY(m_ui.Dialog() && m_ui.Dialog()->isVisible());
     // Loading needs the identified product, which the head's software version shows.
-    QTRY_COMPARE_WITH_TIMEOUT(Dialog()->findChild<QLabel *>(QStringLiteral("txtDevSWVersion"))->text(),
-                              QString("1.4.2"), kLinkMs);
-    m_answerer->Expect(ModalAnswerer::ChooseFile(m_package));
+    QTRY_COMPARE_WITH_TIMEOUT(m_ui.Find<QLabel>("txtDevSWVersion")->text(), QString("1.4.2"), kLinkMs);
+    m_ui.Answerer().Expect(ModalAnswerer::ChooseFile(m_package));
     Button("pbLoad")->click();
     QVERIFY(Button("pbProg")->isEnabled());
     Button("pbProg")->click();
-}
-
-bool TestInterruptedUpgradeWindow::WaitForStatus(const QString &text, int timeoutMs)
-{
-    return QTest::qWaitFor([&] { return Status() == text; }, timeoutMs);
 }
 
 void TestInterruptedUpgradeWindow::ExpectRetryOffered()
@@ -141,7 +116,7 @@ void TestInterruptedUpgradeWindow::ExpectRetryOffered()
     QVERIFY(Button("pbRetry")->isVisible());
     QVERIFY(Button("pbClose")->isEnabled());
     QVERIFY(!Button("pbProg")->isEnabled());
-    QVERIFY(Dialog()->IsCloseAllowed());
+    QVERIFY(m_ui.Dialog()->IsCloseAllowed());
 }
 
 void TestInterruptedUpgradeWindow::ExpectFlashed()

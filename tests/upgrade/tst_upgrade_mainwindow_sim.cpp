@@ -1,23 +1,15 @@
 #include "FirmwarePackageBuilder.h"
 #include "FlashImage.h"
 #include "LineRelay.h"
-#include "ModalAnswerer.h"
 #include "SettingsSandbox.h"
 #include "SimProcess.h"
+#include "UpgradeWindow.h"
 
-#include "app/MainWindow.h"
-#include "firmware/CFirmwareUpgrade.h"
-#include "firmware/FWUpgradeDialog.h"
-#include "settings/LichtwartSettings.h"
-
-#include <QAction>
 #include <QApplication>
 #include <QFile>
-#include <QLabel>
 #include <QProgressBar>
 #include <QPushButton>
 #include <QRegularExpression>
-#include <QSettings>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -59,25 +51,24 @@ private:
     QString WritePackage(bool wide);
     void OpenDialogAndLoad(const QString &package);
     void Program();
-    bool WaitForStatus(const QString &text, int timeoutMs);
     int SimLineCount(const QString &pattern);
     void ExpectFlashed(const QString &package, bool wide);
 
-    QAction *Action(const char *name) const { return m_window->findChild<QAction *>(QLatin1String(name)); }
-    FWUpgradeDialog *Dialog() const { return m_window->findChild<FWUpgradeDialog *>(); }
+    QAction *Action(const char *name) const { return m_ui.Action(name); }
+    FWUpgradeDialog *Dialog() const { return m_ui.Dialog(); }
     template <typename Widget>
     Widget *Find(const char *name) const
     {
-        return Dialog()->findChild<Widget *>(QLatin1String(name));
+        return m_ui.Find<Widget>(name);
     }
-    QString Status() const { return Find<QLabel>("txtStatus")->text(); }
+    QString Status() const { return m_ui.Status(); }
+    bool WaitForStatus(const QString &text, int timeoutMs) const { return m_ui.WaitForStatus(text, timeoutMs); }
 
     SettingsSandbox m_sandbox;
     std::unique_ptr<QTemporaryDir> m_dir;
     std::unique_ptr<SimProcess> m_sim;
     std::unique_ptr<LineRelay> m_relay;
-    std::unique_ptr<ModalAnswerer> m_answerer;
-    std::unique_ptr<MainWindow> m_window;
+    UpgradeWindow m_ui;
     QString m_imageOut;
 };
 
@@ -91,17 +82,12 @@ void TestUpgradeMainWindowSim::init()
     m_sandbox.Clear();
     m_dir = std::make_unique<QTemporaryDir>();
     m_imageOut = m_dir->filePath("flashed.mhx");
-    QSettings settings;
-    settings.setValue(QLatin1String(LichtwartSettings::FirmwareWarnProgStart), false);
-    settings.setValue(QLatin1String(LichtwartSettings::FirmwareWarnOutdated), false);
-    settings.setValue(QLatin1String(LichtwartSettings::FirmwareBaudrate), 115200);
-    settings.setValue(QLatin1String(LichtwartSettings::InterfaceBaudrate), 115200);
+    UpgradeWindow::PrepareSettings();
 }
 
 void TestUpgradeMainWindowSim::cleanup()
 {
-    m_window.reset();
-    m_answerer.reset();
+    m_ui.Close();
     m_relay.reset();
     m_sim.reset();
 }
@@ -117,12 +103,7 @@ void TestUpgradeMainWindowSim::Start(const QStringList &simOptions, bool through
         QVERIFY(m_relay->IsValid());
         device = m_relay->Path();
     }
-    QSettings().setValue(QLatin1String(LichtwartSettings::InterfaceDevice), device);
-    m_answerer = std::make_unique<ModalAnswerer>();
-    m_window = std::make_unique<MainWindow>(false);
-    m_window->show();
-    Action("actionConnect")->trigger();
-    QTRY_VERIFY_WITH_TIMEOUT(Action("actionUpgradeFirmware")->isEnabled(), kLinkMs);
+    QVERIFY(m_ui.Open(device, kLinkMs));
 }
 
 QString TestUpgradeMainWindowSim::WritePackage(bool wide)
@@ -143,7 +124,7 @@ void TestUpgradeMainWindowSim::OpenDialogAndLoad(const QString &package)
     QVERIFY(Dialog() && Dialog()->isVisible());
     QTRY_COMPARE_WITH_TIMEOUT(Find<QLabel>("txtDevSWVersion")->text(), QString("1.4.2"), kLinkMs);
     QCOMPARE(Status(), kConnected);
-    m_answerer->Expect(ModalAnswerer::ChooseFile(package));
+    m_ui.Answerer().Expect(ModalAnswerer::ChooseFile(package));
     Find<QPushButton>("pbLoad")->click();
     QCOMPARE(Find<QLabel>("txtFileVersion")->text(), QString("9.1.0"));
     QVERIFY(Find<QPushButton>("pbProg")->isEnabled());
@@ -153,11 +134,6 @@ void TestUpgradeMainWindowSim::Program()
 {
     Find<QPushButton>("pbProg")->click();
     QCOMPARE(Status(), QString("Switching device to programming mode ..."));
-}
-
-bool TestUpgradeMainWindowSim::WaitForStatus(const QString &text, int timeoutMs)
-{
-    return QTest::qWaitFor([&] { return Status() == text; }, timeoutMs);
 }
 
 int TestUpgradeMainWindowSim::SimLineCount(const QString &pattern)
