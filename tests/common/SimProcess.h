@@ -32,12 +32,10 @@ public:
     QStringList Matching(const QRegularExpression &pattern, int nFrom, int nTo) const;
 
 private:
-    bool ReadDevicePath();
     void TakeLines();
     int Find(const QRegularExpression &pattern, int nFrom) const;
 
     pid_t m_pid = -1;
-    int m_outputFd = -1;
     int m_errorFd = -1;
     QSocketNotifier *m_errorNotifier = nullptr;
     QString m_qstrDevicePath;

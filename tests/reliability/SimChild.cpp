@@ -1,35 +1,14 @@
 #include "SimChild.h"
 
+#include "SimLauncher.h"
+
 #include <QDeadlineTimer>
 #include <QFile>
 #include <QTest>
 
 #include <csignal>
 #include <fcntl.h>
-#include <poll.h>
-#include <spawn.h>
-#include <sys/wait.h>
 #include <unistd.h>
-
-extern char **environ;
-
-namespace {
-
-constexpr int kStartTimeoutMs = 10000;
-constexpr int kStopTimeoutMs = 5000;
-
-bool WaitForExit(pid_t pid, int timeoutMs)
-{
-    QDeadlineTimer deadline(timeoutMs);
-    do {
-        if (::waitpid(pid, nullptr, WNOHANG) == pid)
-            return true;
-        ::usleep(10000);
-    } while (!deadline.hasExpired());
-    return false;
-}
-
-} // namespace
 
 SimChild::SimChild()
     : m_logPath(m_dir.filePath(QStringLiteral("strelo-sim.log")))
@@ -41,71 +20,21 @@ SimChild::~SimChild()
     Stop();
 }
 
-// posix_spawn rather than QProcess: a process that forked the QProcess way aborts the next thread
-// it starts under the thread sanitizer.
 bool SimChild::Start(const QStringList &options)
 {
-    const QByteArray program = qgetenv("LICHTWART_BIN_DIR") + "/strelo-sim";
-    QList<QByteArray> arguments = {program, "--verbose"};
-    for (const QString &option : options)
-        arguments << option.toLocal8Bit();
-    std::vector<char *> argv;
-    for (QByteArray &argument : arguments)
-        argv.push_back(argument.data());
-    argv.push_back(nullptr);
-
-    int output[2];
-    if (::pipe2(output, O_CLOEXEC) != 0)
+    const int log = ::open(QFile::encodeName(m_logPath).constData(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0600);
+    if (log < 0)
         return false;
-    const QByteArray logPath = QFile::encodeName(m_logPath);
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_adddup2(&actions, output[1], STDOUT_FILENO);
-    posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, logPath.constData(), O_WRONLY | O_CREAT | O_APPEND,
-                                     0600);
-    const int spawned = posix_spawn(&m_pid, program.constData(), &actions, nullptr, argv.data(), environ);
-    posix_spawn_file_actions_destroy(&actions);
-    ::close(output[1]);
-    if (spawned != 0) {
-        m_pid = -1;
-        ::close(output[0]);
-        return false;
-    }
-    const bool named = ReadDevicePath(output[0]);
-    ::close(output[0]);
-    return named;
-}
-
-bool SimChild::ReadDevicePath(int outputFd)
-{
-    QByteArray firstLine;
-    QDeadlineTimer deadline(kStartTimeoutMs);
-    while (!firstLine.contains('\n') && !deadline.hasExpired()) {
-        pollfd ready = {outputFd, POLLIN, 0};
-        if (::poll(&ready, 1, int(deadline.remainingTime())) <= 0)
-            break;
-        char chunk[256];
-        const ssize_t n = ::read(outputFd, chunk, sizeof chunk);
-        if (n <= 0)
-            break;
-        firstLine.append(chunk, n);
-    }
-    const QString first = QString::fromUtf8(firstLine.left(firstLine.indexOf('\n'))).trimmed();
-    if (!first.startsWith(QLatin1String("device: ")))
-        return false;
-    m_devicePath = first.mid(8);
-    return true;
+    const SimLauncher::Child child = SimLauncher::Start(options, log);
+    ::close(log);
+    m_pid = child.pid;
+    m_devicePath = child.devicePath;
+    return m_pid > 0 && !m_devicePath.isEmpty();
 }
 
 void SimChild::Reap(int signal)
 {
-    if (m_pid <= 0)
-        return;
-    ::kill(m_pid, signal);
-    if (!WaitForExit(m_pid, kStopTimeoutMs)) {
-        ::kill(m_pid, SIGKILL);
-        WaitForExit(m_pid, kStopTimeoutMs);
-    }
+    SimLauncher::End(m_pid, signal);
     m_pid = -1;
 }
 

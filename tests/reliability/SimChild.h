@@ -40,7 +40,6 @@ public:
     bool WaitForLine(const QRegularExpression &pattern, int timeoutMs);
 
 private:
-    bool ReadDevicePath(int outputFd);
     void Reap(int signal);
 
     QTemporaryDir m_dir;
