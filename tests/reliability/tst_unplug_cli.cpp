@@ -1,6 +1,7 @@
 // The head vanishes under a running lichtwart-cli monitor: the simulator is killed or ends, and its
 // terminal goes with it, as a USB adapter that is pulled. The CLI reports the lost link, does not
-// spin, ends normally, and a new run reaches the head once it is back under the same name.
+// spin, ends normally, and a new run reaches the head once it is back under the same name. A head
+// that falls silent and answers again within the run is reported lost and back, once each.
 #include "ProcessUsage.h"
 #include "SimChild.h"
 
@@ -17,6 +18,8 @@ constexpr int kLinkDownMs = 5000;
 constexpr int kCpuWindowMs = 3000;
 constexpr double kIdleCpuPercent = 20.0;
 constexpr int kFinishMs = 60000;
+// The link procedure calls a silent station every few hundred milliseconds; margin as above.
+constexpr int kLinkUpMs = 15000;
 
 } // namespace
 
@@ -28,6 +31,7 @@ private slots:
     void init();
     void lostLinkIsReportedWithoutSpinning_data();
     void lostLinkIsReportedWithoutSpinning();
+    void headBackWithinTheRunIsReported();
 
 private:
     QProcess *StartCli(const QStringList &arguments);
@@ -103,6 +107,28 @@ void TestUnplugCli::lostLinkIsReportedWithoutSpinning()
     QVERIFY(identify->waitForFinished(kFinishMs));
     QCOMPARE(identify->exitCode(), 0);
     QVERIFY(identify->readAllStandardOutput().startsWith("product: strelo-002\n"));
+}
+
+void TestUnplugCli::headBackWithinTheRunIsReported()
+{
+    const QString link = m_dir->filePath("head");
+    SimChild sim;
+    QVERIFY(sim.Start({"--link", link}));
+    QProcess *monitor = StartCli({"--device", link, "monitor", "--duration", QString::number(kMonitorMs)});
+    QByteArray output;
+    QVERIFY2(WaitForOutput(*monitor, output, "actual: ", kReportsMs), output.constData());
+
+    sim.Freeze();
+    QVERIFY2(WaitForOutput(*monitor, output, "link: down\n", kLinkDownMs), output.constData());
+    sim.Thaw();
+    QVERIFY2(WaitForOutput(*monitor, output, "link: up\n", kLinkUpMs), output.constData());
+    QVERIFY(output.indexOf("link: down\n") < output.indexOf("link: up\n"));
+
+    QVERIFY(monitor->waitForFinished(kFinishMs));
+    QCOMPARE(monitor->exitCode(), 0);
+    output += monitor->readAllStandardOutput();
+    QCOMPARE(output.count("link: down\n"), 1);
+    QCOMPARE(output.count("link: up\n"), 1);
 }
 
 QTEST_GUILESS_MAIN(TestUnplugCli)
