@@ -1,6 +1,7 @@
 #include "controller/CTrafficLightController.h"
 
 #include "LampIcons.h"
+#include "MainWindowStandIn.h"
 #include "PtyPair.h"
 #include "ScriptedPeer.h"
 #include "SettingsSandbox.h"
@@ -24,18 +25,6 @@
 #include <thread>
 
 namespace {
-
-// The main window as the controller knows it: a widget with the slot the dialog reports to.
-class MainWindowStandIn : public QWidget
-{
-    Q_OBJECT
-
-public:
-    int closedCount = 0;
-
-public slots:
-    void StreloDialogClosed(int nResult) { ++closedCount; }
-};
 
 // Opens the protocol hooks to the test, which calls them as the reader and timer threads do.
 class HookedController : public CTrafficLightController

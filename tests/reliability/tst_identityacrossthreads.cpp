@@ -3,7 +3,7 @@
 // runs: under the thread sanitizer a record first built on the reader thread and read on the
 // user-interface thread is a race the sanitizer cannot see ordered (the queue is Qt's).
 #include "SimChild.h"
-#include "WindowStandIn.h"
+#include "MainWindowStandIn.h"
 
 #include "controller/CTrafficLightController.h"
 
@@ -43,7 +43,7 @@ void TestIdentityAcrossThreads::productArrivesWhole()
     QFETCH(int, variant);
     SimChild sim;
     QVERIFY(sim.Start({"--hardware", hardware}));
-    WindowStandIn window;
+    MainWindowStandIn window;
     auto controller = std::make_unique<CTrafficLightController>(&window);
     QString seenId;
     int seenVariant = -1;

@@ -4,7 +4,7 @@
 // end. SOAK_SECONDS is the length of the run: 600 for the soak label, 60 in the default suite.
 #include "CountingSim.h"
 #include "ProcessUsage.h"
-#include "WindowStandIn.h"
+#include "MainWindowStandIn.h"
 
 #include "controller/CTrafficLightController.h"
 
@@ -126,7 +126,7 @@ void TestSoak::pollingWithFaultsWhileCommanding()
 {
     CountingSim sim;
     QVERIFY(sim.Start({"--drop", "0.01", "--corrupt", "0.01", "--seed", "4711"}));
-    WindowStandIn window;
+    MainWindowStandIn window;
     m_controller = std::make_unique<CTrafficLightController>(&window);
     connect(m_controller.get(), &CTrafficLightController::ActualValueChanged, this, &TestSoak::OnActualValue);
     connect(m_controller.get(), &CTrafficLightController::ConnectionChanged, this, &TestSoak::OnConnectionChanged);
