@@ -210,6 +210,12 @@ void CStreloDevice::OnResponseTimeout()
     if (!m_active || !Claim(m_responseSchedule, static_cast<CStreloComMonitorTimer &>(*this)))
         return;
     StopPollTimer();
+    if ((m_control & kFunctionMask) == kFunctionUserDataNoReply) {
+        // Nothing answers a broadcast, so it is never repeated: the kick after a command lets the
+        // command out at once, as the poll timer's expiry would have.
+        SendNextRequest();
+        return;
+    }
     if (--m_retries < 1) {
         LoseLink();
         return;
@@ -237,13 +243,18 @@ void CStreloDevice::OnPollTimeout()
         SendShort(m_control, m_address);
         StartResponseTimer(kResponseTimeoutMs);
     } else if (m_linkState == kEstablished) {
-        if (IsSendPending() || TakeJob()) {
-            SendUserData();
-        } else {
-            m_fcb = !m_fcb;
-            SendRequest(m_fcb ? kPoll | kFcbOrAcd : kPoll);
-            StartResponseTimer(kResponseTimeoutMs);
-        }
+        SendNextRequest();
+    }
+}
+
+void CStreloDevice::SendNextRequest()
+{
+    if (IsSendPending() || TakeJob()) {
+        SendUserData();
+    } else {
+        m_fcb = !m_fcb;
+        SendRequest(m_fcb ? kPoll | kFcbOrAcd : kPoll);
+        StartResponseTimer(kResponseTimeoutMs);
     }
 }
 
@@ -439,6 +450,10 @@ bool CStreloDevice::SubmitCommand(std::uint8_t group, std::uint8_t applicationId
         BuildTelegram(group, applicationId, block);
         m_sendPending = true;
     }
+#ifdef LICHTWART_TEST_SEAMS
+    if (s_beforeKick)
+        s_beforeKick();
+#endif
     KickResponseTimer();
     return true;
 }
@@ -448,7 +463,15 @@ void CStreloDevice::KickResponseTimer()
     // The early expiry repeats the last request; its answer lets the new telegram go out with a
     // fresh frame count bit. The guard was meant to leave a running time-out alone, but the
     // busy flag it tests is never set by the timer, so the kick always happens.
+    //
+    // Between placing the command and this lock the reader thread may have handled an answer
+    // and sent the telegram already, or lost the link. Whether to kick is therefore decided here,
+    // under the lock every step that sends a pending telegram holds: a kick that finds its
+    // telegram gone would repeat the telegram that has only just left (or send a broadcast's
+    // control octet as a short telegram), one on a link that is down would disturb its recovery.
     std::lock_guard procedure(m_procedure);
+    if (!m_active || m_linkState != kEstablished || !IsSendPending())
+        return;
     if (!CStreloComMonitorTimer::IsBusy())
         StartResponseTimer(kKickMs);
 }

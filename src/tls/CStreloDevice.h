@@ -11,6 +11,9 @@
 #include <deque>
 #include <mutex>
 #include <string>
+#ifdef LICHTWART_TEST_SEAMS
+#include <functional>
+#endif
 
 // One Strelo head seen from the master: the primary station of the link (status request, reset,
 // polling with an alternating frame count bit, five transmissions per request, the endless
@@ -50,6 +53,7 @@ public:
 
     // Link function codes.
     static constexpr int kFunctionUserData = 3;
+    static constexpr int kFunctionUserDataNoReply = 4;
     static constexpr int kFunctionStatusOfLink = 11;
 
     // Function groups, OSI 7 end points and image codes.
@@ -99,6 +103,12 @@ public:
 
     static std::string FunctionGroupName(int functionGroup);
     static std::string ApplicationIdName(int applicationId);
+
+#ifdef LICHTWART_TEST_SEAMS
+    // Built into tests only: runs on the commanding thread after a command has been placed and
+    // before its kick, so a test can let an answer arrive and be handled in between.
+    inline static std::function<void()> s_beforeKick;
+#endif
 
 protected:
     // Hooks for the layer above; the base does nothing.
@@ -150,6 +160,7 @@ private:
     void LoseLink();
     void CompleteExchange();
     void SendRequest(std::uint8_t control);
+    void SendNextRequest();
     void RepeatRequest();
     void SendUserData();
     bool IsSendPending();
