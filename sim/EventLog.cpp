@@ -30,6 +30,16 @@ void EventLog::Write(TimePoint when, std::string_view channel, std::string_view 
 
 void EventLog::Error(std::string_view text)
 {
+    Say(text);
+}
+
+void EventLog::Summary(std::string_view text)
+{
+    Say("summary " + std::string(text));
+}
+
+void EventLog::Say(std::string_view text)
+{
     if (!m_errors)
         return;
     *m_errors << "strelo-sim: " << text << '\n';

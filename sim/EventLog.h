@@ -19,10 +19,14 @@ public:
     bool Enabled() const { return m_trace != nullptr; }
     void Write(TimePoint when, std::string_view channel, std::string_view text);
     void Error(std::string_view text);
+    // The one line at the end of a run, written whenever an error stream is given.
+    void Summary(std::string_view text);
 
     static std::string Timestamp(TimePoint when);
 
 private:
+    void Say(std::string_view text);
+
     std::ostream *m_trace;
     std::ostream *m_errors;
 };

@@ -142,6 +142,7 @@ const std::map<std::string, Option> &Options()
         {"--pace", {false, Flag(&SimOptions::pace)}},
         {"--image-out", {true, [](const std::string &v, SimOptions &o, std::string &) { o.head.imageOut = v; return !v.empty(); }}},
         {"--verbose", {false, Flag(&SimOptions::verbose)}},
+        {"--strict", {false, Flag(&SimOptions::strict)}},
     };
     return kOptions;
 }
@@ -229,7 +230,13 @@ std::string SimOptions::Usage()
            "  --pace               let every byte take its time on a real line at the configured rate\n"
            "  --image-out FILE     write the flashed image (S-records) when the boot loader starts it\n"
            "  --verbose            log every telegram and boot-loader event on stderr\n"
-           "  --help, --version\n";
+           "  --strict             exit with 3 when the head received a telegram no head may receive\n"
+           "  --help, --version\n"
+           "\n"
+           "At exit one line on stderr counts the telegrams no head may receive (short telegrams with\n"
+           "user data, telegrams to 255 that ask for an answer, frame-count violations):\n"
+           "'strelo-sim: summary violations=N short-user-data=N broadcast-answer=N frame-count=N'.\n"
+           "--verbose logs each one as a 'link violation' line.\n";
 }
 
 } // namespace strelosim

@@ -22,6 +22,7 @@ struct SimOptions
     std::uint64_t seed = FaultInjector::kDefaultSeed;
     bool pace = false;
     bool verbose = false;
+    bool strict = false;
 
     // `arguments` without the program name. On Error, `error` holds one sentence naming the option.
     static Outcome Parse(const std::vector<std::string> &arguments, SimOptions &options, std::string &error);

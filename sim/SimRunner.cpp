@@ -28,7 +28,14 @@ int SimRunner::Run()
     if (!SetUp())
         return 1;
     Serve();
-    return 0;
+    return Judgement();
+}
+
+int SimRunner::Judgement()
+{
+    const LinkReferee &referee = m_head->Referee();
+    m_log.Summary(referee.Summary());
+    return m_options.strict && referee.Count() > 0 ? kExitViolations : 0;
 }
 
 bool SimRunner::SetUp()

@@ -27,6 +27,9 @@ public:
     SimRunner(const SimOptions &options, std::ostream &out, std::ostream &err);
     ~SimRunner();
 
+    // With --strict: the exit code when the head received telegrams no head may receive.
+    static constexpr int kExitViolations = 3;
+
     // Sets up the terminal, prints the device line and serves until stopped; the exit code.
     int Run();
 
@@ -39,6 +42,8 @@ private:
 
     bool SetUp();
     void Serve();
+    // Writes the referee's summary line; the exit code it calls for.
+    int Judgement();
     // How long poll may sleep: until the next input byte, answer or output byte is due.
     std::optional<std::chrono::nanoseconds> PollTimeout(TimePoint now) const;
     void OnPortClosed(TimePoint now);

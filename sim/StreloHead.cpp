@@ -9,6 +9,7 @@ namespace strelosim {
 StreloHead::StreloHead(const HeadConfig &config, EventLog &log)
     : m_config(config)
     , m_log(log)
+    , m_referee(log)
 {
     PowerUp();
 }
@@ -19,6 +20,7 @@ void StreloHead::PowerUp()
 {
     m_codec.Reset();
     m_codec.TakeDiscarded();
+    m_referee.Forget();
     m_application = std::make_unique<HeadApplication>(m_config, m_log);
     m_station = std::make_unique<SecondaryStation>(m_config.linkAddress, *m_application, m_log);
 }
@@ -75,6 +77,7 @@ std::size_t StreloHead::ReceiveLink(const std::uint8_t *data, std::size_t size, 
 void StreloHead::Handle(const LinkFrame &frame, TimePoint now, std::vector<Transmission> &answers)
 {
     m_log.Write(now, "link", "rx " + FrameCodec::Describe(frame));
+    m_referee.Judge(frame, m_station->Address(), now);
     if (const std::optional<LinkFrame> answer = m_station->Handle(frame, now))
         answers.push_back(Transmission {FrameCodec::Encode(*answer), {}, "link", "tx " + FrameCodec::Describe(*answer), true});
     // Written back into the head's configuration, the address survives the restart after a

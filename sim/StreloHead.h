@@ -4,6 +4,7 @@
 #include "EventLog.h"
 #include "FrameCodec.h"
 #include "HeadApplication.h"
+#include "LinkReferee.h"
 #include "SecondaryStation.h"
 
 #include <memory>
@@ -31,6 +32,7 @@ public:
     const Version &Software() const { return m_config.software; }
     const HeadApplication &Application() const { return *m_application; }
     const BootLoader *Loader() const { return m_bootLoader.get(); }
+    const LinkReferee &Referee() const { return m_referee; }
 
     // The head's link speed, by the code the switch-over telegram carries (2400 for an unknown one).
     static unsigned UploadRate(std::uint8_t baudCode);
@@ -45,6 +47,8 @@ private:
 
     HeadConfig m_config;
     EventLog &m_log;
+    // Outlives restarts: it counts for the whole run.
+    LinkReferee m_referee;
     FrameCodec m_codec;
     Clock::duration m_staleAfter = FrameCodec::kDefaultStaleAfter;
     std::unique_ptr<HeadApplication> m_application;

@@ -119,12 +119,12 @@ private:
         return true;
     }
 
-    static void Stop(Sim &sim)
+    static void Stop(Sim &sim, int exitCode = 0)
     {
         sim.process.terminate();
         QVERIFY(sim.process.waitForFinished(10000));
         QCOMPARE(sim.process.exitStatus(), QProcess::NormalExit);
-        QCOMPARE(sim.process.exitCode(), 0);
+        QCOMPARE(sim.process.exitCode(), exitCode);
     }
 
     static void BringUp(ScriptedMaster &master, std::uint8_t address = 1)
@@ -177,7 +177,10 @@ private slots:
         QVERIFY(!QFileInfo::exists(link));
         QVERIFY(!QFileInfo(link).isSymLink());
 
-        const QStringList lines = QString::fromUtf8(sim.process.readAllStandardError()).split('\n', Qt::SkipEmptyParts);
+        QStringList lines = QString::fromUtf8(sim.process.readAllStandardError()).split('\n', Qt::SkipEmptyParts);
+        // The referee's summary closes the log: a master that keeps to the link procedure.
+        QVERIFY(!lines.isEmpty());
+        QCOMPARE(lines.takeLast(), QStringLiteral("strelo-sim: summary violations=0 short-user-data=0 broadcast-answer=0 frame-count=0"));
         const QRegularExpression format(R"(^(\d+)\.(\d{3}) (link|app|boot|port) [a-z0-9-]+( [A-Z0-9]+=\S*| [a-z]+)*$)");
         for (const QString &line : lines)
             QVERIFY2(format.match(line).hasMatch(), qPrintable(line));
@@ -256,6 +259,40 @@ private slots:
         COMPARE_BYTES(master.Exchange(Hex("10 78 03 7B 16"), 23),
                       Hex("68 11 11 68 08 03 00 0D FE 83 01 01 08 FF 85 02 01 00 01 05 00 30 16"));
         Stop(sim);
+    }
+
+    // The broadcast's control octet in a short telegram to the head, as a master that repeats a
+    // broadcast would send it: logged, counted in the summary, and with --strict the exit code 3.
+    void strictEndsWithExitCode3AfterAViolation()
+    {
+        Sim sim;
+        QVERIFY(Start(sim, {"--verbose", "--strict"}));
+        ScriptedMaster master;
+        QVERIFY(master.Open(sim.device));
+        BringUp(master);
+        QVERIFY(master.Exchange(Hex("68 0D 0D 68 54 FF 00 09 04 05 01 01 04 FF 83 0C 00 F9 16"), 1, 300).empty());
+        QVERIFY(master.Exchange(Hex("10 54 01 55 16"), 1, 300).empty());
+        master.Close();
+        Stop(sim, 3);
+        const QString log = QString::fromUtf8(sim.process.readAllStandardError());
+        QVERIFY2(log.contains(QRegularExpression(" link violation KIND=short-user-data WHY=user-data-in-a-short-telegram "
+                                                 "short C=54 A=1 PRM=1 FCB=0 FCV=1 FN=4 NAME=DNR\n")),
+                 qPrintable(log));
+        QVERIFY(log.endsWith(QStringLiteral("strelo-sim: summary violations=1 short-user-data=1 broadcast-answer=0 frame-count=0\n")));
+    }
+
+    // Without --strict the count is reported and the exit code stays 0.
+    void violationWithoutStrictEndsWithExitCode0()
+    {
+        Sim sim;
+        QVERIFY(Start(sim, {}));
+        ScriptedMaster master;
+        QVERIFY(master.Open(sim.device));
+        QVERIFY(master.Exchange(Hex("10 49 FF 48 16"), 1, 300).empty());
+        master.Close();
+        Stop(sim);
+        const QString log = QString::fromUtf8(sim.process.readAllStandardError());
+        QCOMPARE(log, QStringLiteral("strelo-sim: summary violations=1 short-user-data=0 broadcast-answer=1 frame-count=0\n"));
     }
 
     void latencyDelaysEveryAnswer()
