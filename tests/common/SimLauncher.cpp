@@ -3,6 +3,7 @@
 #include <QByteArray>
 #include <QDeadlineTimer>
 #include <QList>
+#include <QTest>
 
 #include <csignal>
 #include <fcntl.h>
@@ -19,12 +20,14 @@ namespace {
 
 constexpr int kStartTimeoutMs = 10000;
 constexpr int kStopTimeoutMs = 5000;
+// strelo-sim --strict ends with this code when the head received a telegram no head may receive.
+constexpr int kExitViolations = 3;
 
-bool WaitForExit(pid_t pid, int timeoutMs)
+bool WaitForExit(pid_t pid, int timeoutMs, int *status = nullptr)
 {
     QDeadlineTimer deadline(timeoutMs);
     do {
-        if (::waitpid(pid, nullptr, WNOHANG) == pid)
+        if (::waitpid(pid, status, WNOHANG) == pid)
             return true;
         ::usleep(10000);
     } while (!deadline.hasExpired());
@@ -55,7 +58,7 @@ QString ReadDevicePath(int outputFd)
 SimLauncher::Child SimLauncher::Start(const QStringList &options, int errorFd)
 {
     const QByteArray program = qgetenv("LICHTWART_BIN_DIR") + "/strelo-sim";
-    QList<QByteArray> arguments = {program, "--verbose"};
+    QList<QByteArray> arguments = {program, "--verbose", "--strict"};
     for (const QString &option : options)
         arguments << option.toLocal8Bit();
     std::vector<char *> argv;
@@ -87,8 +90,23 @@ void SimLauncher::End(pid_t pid, int signal)
     if (pid <= 0)
         return;
     ::kill(pid, signal);
-    if (!WaitForExit(pid, kStopTimeoutMs)) {
+    int status = 0;
+    if (!WaitForExit(pid, kStopTimeoutMs, &status)) {
         ::kill(pid, SIGKILL);
         WaitForExit(pid, kStopTimeoutMs);
+        return;
     }
+    if (WIFEXITED(status) && WEXITSTATUS(status) == kExitViolations)
+        ReportViolations(pid);
+}
+
+void SimLauncher::ReportViolations(pid_t pid)
+{
+    const QByteArray message = "strelo-sim (process " + QByteArray::number(pid)
+        + ") received telegrams no head may receive; its log names each in a 'link violation' line";
+    // Inside a test function the test fails; a simulator ended after the last one ends the run.
+    if (QTest::currentTestFunction())
+        QTest::qFail(message.constData(), __FILE__, __LINE__);
+    else
+        qFatal("%s", message.constData());
 }

@@ -17,10 +17,13 @@ struct Child
     QString devicePath;  // empty: it named no terminal in time
 };
 
-// Starts strelo-sim --verbose with these options, its log (stderr) going to errorFd, and waits
-// for the first line of its output, which names the terminal it serves.
+// Starts strelo-sim --verbose --strict with these options, its log (stderr) going to errorFd, and
+// waits for the first line of its output, which names the terminal it serves.
 Child Start(const QStringList &options, int errorFd);
-// Sends signal and waits for the end; SIGKILL when the end does not come.
+// Sends signal and waits for the end; SIGKILL when the end does not come. Every test that runs
+// the master against the simulator ends it here, so here the simulator's referee is heard: when
+// the head received a telegram no head may receive, the test fails.
 void End(pid_t pid, int signal);
+void ReportViolations(pid_t pid);
 
 } // namespace SimLauncher

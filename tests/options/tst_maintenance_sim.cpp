@@ -4,6 +4,7 @@
 #include "app/MainWindow.h"
 #include "controller/FlasherSyncDialog.h"
 #include "controller/SetOSI2AddressDialog.h"
+#include "controller/StreloVisualDialog.h"
 #include "settings/LichtwartSettings.h"
 
 #include "SettingsSandbox.h"
@@ -57,6 +58,7 @@ private slots:
 
     void flasherSyncTelegrams();
     void refusedSoftSyncSendsNothing();
+    void lampClickRightAfterBroadcastGoesOutAtOnce();
     void addressChangeReachesTheHeadAndTheNextConnectUsesIt();
     void cancelledAddressChangeSendsNothing();
     void addressChangeWhileTheLinkIsDownStillDisconnectsAndStores();
@@ -193,6 +195,45 @@ void tst_MaintenanceWithSimulator::flasherSyncTelegrams()
     QVERIFY(nLine >= 0);
     QVERIFY(m_sim->Line(nLine).contains(" A=5 ") && m_sim->Line(nLine).contains(" FN=3 "));
     QVERIFY(Action("actionFSync")->isEnabled());
+}
+
+// A lamp click 50 ms after a flasher-sync broadcast. Nothing answers a broadcast, so the command
+// goes out at once in a long telegram with a fresh frame count bit; no short telegram comes between,
+// and the head's referee counts nothing.
+void tst_MaintenanceWithSimulator::lampClickRightAfterBroadcastGoesOutAtOnce()
+{
+    QVERIFY(StartSim());
+    OpenWindowAndConnect();
+    WaitForIdentification();
+    if (QTest::currentTestFailed())
+        return;
+    Action("actionStreloVisual")->trigger();
+    auto *remote = m_window->findChild<StreloVisualDialog *>();
+    QVERIFY(remote);
+    auto *red = remote->findChild<QPushButton *>(QStringLiteral("pbRED"));
+    QVERIFY(red);
+    QTRY_VERIFY(red->isVisible() && red->isEnabled());
+
+    const int nFrom = m_sim->LineCount();
+    QTimer::singleShot(0, m_window.get(), [this] {
+        auto *dialog = m_window->findChild<FlasherSyncDialog *>();
+        QVERIFY(dialog);
+        QTest::mouseClick(dialog->findChild<QPushButton *>(QStringLiteral("pbSoftSync")), Qt::LeftButton);
+    });
+    Action("actionFSync")->trigger();
+    const int nBroadcast = m_sim->WaitForLine(Pattern("link rx long C=[57]4 A=255 .*FN=4 "), nFrom);
+    QVERIFY(nBroadcast >= 0);
+    QTimer::singleShot(50, red, [red] { QTest::mouseClick(red, Qt::LeftButton); });
+
+    const int nNext = m_sim->WaitForLine(Pattern("link rx (short|long) "), nBroadcast + 1);
+    QVERIFY(nNext >= 0);
+    const QString qstrCommand = m_sim->Line(nNext);
+    QVERIFY2(qstrCommand.contains(Pattern("link rx long C=[57]3 A=1 .* FN=3 .*DATA=000A0405..01050137016B01")),
+             qPrintable(qstrCommand));
+    const QRegularExpression fcb(QStringLiteral(" FCB=(\\d) "));
+    QVERIFY(fcb.match(qstrCommand).captured(1) != fcb.match(m_sim->Line(nBroadcast)).captured(1));
+    QVERIFY(m_sim->WaitForLine(Pattern("app setpoint IMAGE=107 VALUE=01"), nNext) >= 0);
+    QVERIFY(m_sim->Matching(Pattern("link violation"), 0, m_sim->LineCount()).isEmpty());
 }
 
 // 256 cycles do not fit the telegram: the soft synchronisation is refused and nothing goes out.
