@@ -26,7 +26,9 @@
 // of the link procedure runs whole under the procedure lock, so the link variables only change
 // between steps. The pending flag is guarded by the critical section; the user data buffer, the
 // broadcast flag, the job queue and the job number by a small lock of their own, taken after the
-// critical section where both are needed.
+// critical section where both are needed. The kick after a command is decided under the procedure
+// lock as well, so it never acts on a telegram that an answer has already let out; a broadcast is
+// never repeated.
 class CStreloDevice : public CTlsOsi2, public CStreloComMonitorTimer, public CStreloPollTimer
 {
 public:
