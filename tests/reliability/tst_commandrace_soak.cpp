@@ -12,6 +12,7 @@
 #include <QTest>
 #include <QTimer>
 
+#include <chrono>
 #include <functional>
 #include <mutex>
 #include <vector>
@@ -72,7 +73,8 @@ public:
         std::lock_guard lock(m_mutex);
         return m_events;
     }
-    int LinkLosses() const
+    // When the link was lost, on the clock of the simulator's log (milliseconds).
+    std::vector<double> LinkLosses() const
     {
         std::lock_guard lock(m_mutex);
         return m_losses;
@@ -83,7 +85,9 @@ protected:
     {
         if (!up) {
             std::lock_guard lock(m_mutex);
-            m_losses += m_wasUp ? 1 : 0;
+            if (m_wasUp)
+                m_losses.push_back(std::chrono::duration<double, std::milli>(
+                                       std::chrono::steady_clock::now().time_since_epoch()).count());
             m_wasUp = false;
             return;
         }
@@ -118,7 +122,7 @@ private:
     mutable std::mutex m_mutex;
     QElapsedTimer m_clock;
     std::vector<LineEvent> m_events;
-    int m_losses = 0;
+    std::vector<double> m_losses;
     bool m_wasUp = false;
 };
 
@@ -154,6 +158,18 @@ Figures Examine(const std::vector<LineEvent> &events)
         answeredSince = false;
     }
     return figures;
+}
+
+// The simulator's lines of the last second before `atMs` (its log's clock).
+QStringList LogBefore(SimProcess &sim, double atMs)
+{
+    QStringList lines;
+    for (int i = 0; i < sim.LineCount(); ++i) {
+        const double stamp = sim.Line(i).section(QLatin1Char(' '), 0, 0).toDouble();
+        if (stamp > atMs - 1000 && stamp <= atMs)
+            lines << sim.Line(i);
+    }
+    return lines;
 }
 
 } // namespace
@@ -205,7 +221,7 @@ void TestCommandRaceSoak::commandsAtRandomMoments()
     QVERIFY(firstPoll >= 0 && sim.WaitForLine(poll, firstPoll + 1) >= 0);
     device->Disconnect();
     const Figures figures = Examine(device->Events());
-    const int losses = device->LinkLosses();
+    const std::vector<double> losses = device->LinkLosses();
     device.reset();
     const int violations = int(sim.Matching(QRegularExpression(QStringLiteral(" link violation ")), 0, sim.LineCount()).size());
 
@@ -213,7 +229,10 @@ void TestCommandRaceSoak::commandsAtRandomMoments()
                                         "short telegrams with user data %4, user data repeated early %5, "
                                         "answered requests repeated by a kick %6, strelo-sim violations %7, link losses %8")
                              .arg(baudRate).arg(accepted).arg(refused).arg(figures.shortUserData)
-                             .arg(figures.earlyRepetitions).arg(figures.kickRepetitions).arg(violations).arg(losses);
+                             .arg(figures.earlyRepetitions).arg(figures.kickRepetitions).arg(violations).arg(losses.size());
+    for (double lostAt : losses)
+        qInfo().noquote() << QStringLiteral("the head's log before the loss at %1:\n").arg(lostAt, 0, 'f', 3)
+                                 + LogBefore(sim, lostAt).join(QLatin1Char('\n'));
     QCOMPARE(violations, 0);
     QCOMPARE(figures.shortUserData, 0);
     QCOMPARE(figures.earlyRepetitions, 0);
