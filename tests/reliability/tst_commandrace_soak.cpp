@@ -219,9 +219,10 @@ void TestCommandRaceSoak::commandsAtRandomMoments()
     const QRegularExpression poll(QStringLiteral("link rx short .* FN=8 "));
     const int firstPoll = sim.WaitForLine(poll, sim.LineCount());
     QVERIFY(firstPoll >= 0 && sim.WaitForLine(poll, firstPoll + 1) >= 0);
+    // Read before Disconnect, which reports the link down too.
+    const std::vector<double> losses = device->LinkLosses();
     device->Disconnect();
     const Figures figures = Examine(device->Events());
-    const std::vector<double> losses = device->LinkLosses();
     device.reset();
     const int violations = int(sim.Matching(QRegularExpression(QStringLiteral(" link violation ")), 0, sim.LineCount()).size());
 
