@@ -225,8 +225,8 @@ std::string SimOptions::Usage()
 {
     return "Usage: strelo-sim [options]\n"
            "Simulates one Strelo traffic-light head on a pseudo-terminal. The first line on stdout is\n"
-           "'device: <terminal path>', the second 'listening: <rate> baud, OSI 2 address <n>'\n"
-           "('any rate' without --baud); the simulator serves until SIGINT or SIGTERM.\n"
+           "'device: <terminal path>'; with --baud, stderr's first is\n"
+           "'listening: <rate> baud, OSI 2 address <n>'. The simulator serves until SIGINT or SIGTERM.\n"
            "\n"
            "  --link PATH          make PATH a symbolic link to the terminal (removed on exit)\n"
            "  --osi2 N             link address, 1..254 (default 1)\n"

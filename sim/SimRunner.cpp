@@ -16,6 +16,7 @@ constexpr std::size_t kReadChunk = 4096;
 SimRunner::SimRunner(const SimOptions &options, std::ostream &out, std::ostream &err)
     : m_options(options)
     , m_out(out)
+    , m_err(err)
     , m_log(options.verbose ? &err : nullptr, &err)
     , m_faults(options.drop, options.corrupt, options.seed)
 {
@@ -41,8 +42,10 @@ bool SimRunner::SetUp()
     }
     m_head = std::make_unique<StreloHead>(m_options.head, m_log);
     m_out << "device: " << m_transport.TerminalPath() << std::endl;
-    m_out << "listening: " << (m_options.baud ? std::to_string(m_options.baud) + " baud" : std::string("any rate"))
-          << ", OSI 2 address " << int(m_options.head.linkAddress) << std::endl;
+    // On stderr, where the log goes: scripts read stdout's first line and may close the pipe
+    // after it. Without --baud the head hears every rate and the log's format stays as it was.
+    if (m_options.baud != 0)
+        m_err << "listening: " << m_options.baud << " baud, OSI 2 address " << int(m_options.head.linkAddress) << std::endl;
     return true;
 }
 

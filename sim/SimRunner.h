@@ -54,6 +54,7 @@ private:
 
     SimOptions m_options;
     std::ostream &m_out;
+    std::ostream &m_err;
     EventLog m_log;
     PtyTransport m_transport;
     StopSignal m_stop;

@@ -168,9 +168,8 @@ void CHeadSearch::NextStep()
 
 bool CHeadSearch::SwitchRate(int rate)
 {
-    m_port->Close();
     m_rate = 0;
-    if (!m_port->OpenLink(m_device.toStdString(), CAsync::BaudIndexForRate(rate), false)) {
+    if (!m_port->SetRate(m_device, rate)) {
         emit PortFailed(m_device, rate);
         Finish(false);
         return false;
@@ -243,7 +242,7 @@ void CHeadSearch::Finish(bool cancelled)
     m_step = Step::Done;
     m_candidates.clear();
     m_port->Disconnect();
-    m_port->Close();
+    m_port->Release();
     m_rate = 0;
     emit Finished(m_found, cancelled);
 }

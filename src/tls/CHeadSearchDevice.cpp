@@ -25,6 +25,21 @@ CHeadSearchDevice::~CHeadSearchDevice()
     ShutDown();
 }
 
+bool CHeadSearchDevice::SetRate(const QString &device, int rate)
+{
+    const int baudIndex = BaudIndexForRate(rate);
+    if (m_open)
+        return Configure(baudIndex, kDataBits8, kStopBits1, kParityEven);
+    m_open = OpenLink(device.toStdString(), baudIndex, false);
+    return m_open;
+}
+
+void CHeadSearchDevice::Release()
+{
+    Close();
+    m_open = false;
+}
+
 bool CHeadSearchDevice::Probe(int address)
 {
     return SendShort(kRequestStatus, static_cast<std::uint8_t>(address));

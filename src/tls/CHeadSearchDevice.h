@@ -18,6 +18,10 @@ public:
     explicit CHeadSearchDevice(QObject *parent = nullptr);
     ~CHeadSearchDevice() override;
 
+    // Opens the port at `rate`, or sets the open port to it: closing and opening again would let
+    // the next open race with the far end's handling of the close.
+    bool SetRate(const QString &device, int rate);
+    void Release();
     // Sends one status request to `address`, outside the link procedure.
     bool Probe(int address);
 
@@ -36,4 +40,7 @@ protected:
     void OnVersion(int hwMajor, int hwMinor, int hwRevision, int swMajor, int swMinor, int swRelease) override;
     void OnDevice(const STRELO_PRODUCT *product) override;
     void OnUID(const std::string &uid) override;
+
+private:
+    bool m_open = false; // owner's thread only
 };
