@@ -83,7 +83,7 @@ void FindDeviceDialog::BuildWidgets()
     layout->addWidget(new QLabel(tr("Heads found:")));
     layout->addWidget(m_list, 1);
     layout->addWidget(buttons);
-    resize(560, 320);
+    resize(600, 340);
 }
 
 void FindDeviceDialog::showEvent(QShowEvent *event)
@@ -101,7 +101,7 @@ void FindDeviceDialog::OnHeadFound(const FoundHead &head)
 {
     m_heads.append(head);
     const QString osi7 = head.osi7 != 0 ? QString::number(head.osi7) : tr("unknown");
-    m_list->addItem(tr("%1 baud, OSI 2 address %2, OSI 7 address %3: %4, hardware %5, software %6, UID %7")
+    m_list->addItem(tr("%1 baud, OSI 2 address %2, OSI 7 address %3\n%4, hardware %5, software %6, UID %7")
                         .arg(head.rate)
                         .arg(head.osi2)
                         .arg(osi7, head.product, head.hardware, head.software, head.uid));
