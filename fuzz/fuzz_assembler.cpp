@@ -79,7 +79,8 @@ ByteVector Stream(const std::uint8_t *data, std::size_t size)
     return ByteVector(data + 1, data + size);
 }
 
-// With `pauses`, the line also falls quiet before about one piece in four.
+// The stream in pieces of 1 to 64 bytes. With `pauses`, the line falls quiet before about one
+// piece in four, and the bytes go in one at a time so that every event knows its position.
 void FeedInPieces(RecordingLink &link, const ByteVector &in, std::uint32_t seed, bool pauses)
 {
     std::size_t at = 0;
@@ -87,11 +88,16 @@ void FeedInPieces(RecordingLink &link, const ByteVector &in, std::uint32_t seed,
         seed = seed * 1103515245u + 12345u;
         const std::size_t piece = 1 + (seed >> 16) % 64;
         const std::size_t count = std::min(piece, in.size() - at);
-        const ByteVector bytes(in.begin() + at, in.begin() + at + count);
-        if (pauses && (seed >> 8) % 4 == 0)
-            link.FeedAfterPause(bytes);
-        else
-            link.Feed(bytes);
+        if (!pauses) {
+            link.Feed(ByteVector(in.begin() + at, in.begin() + at + count));
+        } else {
+            for (std::size_t i = at; i < at + count; ++i) {
+                if (i == at && (seed >> 8) % 4 == 0)
+                    link.FeedAfterPause({in[i]});
+                else
+                    link.Feed({in[i]});
+            }
+        }
         at += count;
     }
 }
