@@ -4,7 +4,17 @@ void RecordingLink::Feed(const ByteVector &bytes)
 {
     // Counted before the call: the hooks run while the last byte is being assembled.
     m_fed += bytes.size();
-    OnReceive(bytes);
+    // Deliveries follow each other without a pause, however long the fuzzer takes between
+    // them: the same stream must give the same telegrams on a loaded machine. A pause is fed
+    // on purpose through FeedAfterPause.
+    m_clock += std::chrono::microseconds(1);
+    Assemble(bytes, m_clock);
+}
+
+void RecordingLink::FeedAfterPause(const ByteVector &bytes)
+{
+    m_clock += kCharacterTimeout;
+    Feed(bytes);
 }
 
 void RecordingLink::OnAck()

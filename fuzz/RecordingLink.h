@@ -26,6 +26,8 @@ public:
     };
 
     void Feed(const ByteVector &bytes);
+    // The line falls quiet for longer than the character time-out before `bytes` arrive.
+    void FeedAfterPause(const ByteVector &bytes);
 
     const std::vector<Event> &Events() const { return m_events; }
     const std::vector<std::string> &Errors() const { return m_errors; }
@@ -40,6 +42,7 @@ protected:
 
 private:
     std::size_t m_fed = 0;
+    ArrivalTime m_clock {};
     std::vector<Event> m_events;
     std::vector<std::string> m_errors;
 };

@@ -3,7 +3,9 @@
 // start, length, control, address, data, checksum and end octet where the frame format puts them.
 // A second link gets the same stream in deliveries of arbitrary size (the first input byte seeds
 // the split) and must hand up the same telegrams. User data may pile up without bound only in the
-// documented case: a long telegram whose length octet is 0 or 1.
+// documented case: a long telegram whose length octet is 0 or 1. A third link gets the stream in
+// pieces with the line falling quiet before some of them: the character time-out drops partial
+// telegrams, and every telegram that is still handed up must be sound.
 
 #include "RecordingLink.h"
 
@@ -77,15 +79,38 @@ ByteVector Stream(const std::uint8_t *data, std::size_t size)
     return ByteVector(data + 1, data + size);
 }
 
-void FeedInPieces(RecordingLink &link, const ByteVector &in, std::uint32_t seed)
+// The stream in pieces of 1 to 64 bytes. With `pauses`, the line falls quiet before about one
+// piece in four, and the bytes go in one at a time so that every event knows its position.
+void FeedInPieces(RecordingLink &link, const ByteVector &in, std::uint32_t seed, bool pauses)
 {
     std::size_t at = 0;
     while (at < in.size()) {
         seed = seed * 1103515245u + 12345u;
         const std::size_t piece = 1 + (seed >> 16) % 64;
         const std::size_t count = std::min(piece, in.size() - at);
-        link.Feed(ByteVector(in.begin() + at, in.begin() + at + count));
+        if (!pauses) {
+            link.Feed(ByteVector(in.begin() + at, in.begin() + at + count));
+        } else {
+            for (std::size_t i = at; i < at + count; ++i) {
+                if (i == at && (seed >> 8) % 4 == 0)
+                    link.FeedAfterPause({in[i]});
+                else
+                    link.Feed({in[i]});
+            }
+        }
         at += count;
+    }
+}
+
+void CheckEvents(const ByteVector &in, const RecordingLink &link)
+{
+    for (const RecordingLink::Event &event : link.Events()) {
+        if (event.kind == RecordingLink::Event::Ack)
+            Check(in[event.fed - 1] == CTlsOsi2::kAck);
+        else if (event.kind == RecordingLink::Event::Short)
+            CheckShort(in, event);
+        else
+            CheckLong(in, event);
     }
 }
 
@@ -100,20 +125,19 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     RecordingLink byByte;
     for (std::uint8_t octet : in)
         byByte.Feed({octet});
-    for (const RecordingLink::Event &event : byByte.Events()) {
-        if (event.kind == RecordingLink::Event::Ack)
-            Check(in[event.fed - 1] == CTlsOsi2::kAck);
-        else if (event.kind == RecordingLink::Event::Short)
-            CheckShort(in, event);
-        else
-            CheckLong(in, event);
-    }
+    CheckEvents(in, byByte);
     CheckErrors(byByte);
     CheckGrowth(in, byByte);
 
     RecordingLink inPieces;
-    FeedInPieces(inPieces, in, data[0]);
+    FeedInPieces(inPieces, in, data[0], false);
     Check(inPieces.Events() == byByte.Events());
     Check(inPieces.Errors() == byByte.Errors());
+
+    // Pauses drop partial telegrams; whatever is still handed up is a sound telegram.
+    RecordingLink withPauses;
+    FeedInPieces(withPauses, in, data[0], true);
+    CheckEvents(in, withPauses);
+    CheckErrors(withPauses);
     return 0;
 }

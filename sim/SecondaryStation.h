@@ -45,6 +45,9 @@ private:
     EventLog &m_log;
     std::optional<bool> m_lastFcb;
     std::optional<LinkFrame> m_lastAnswer;
+    // The first poll after a reset of the link is confirmed with 0xE5: the master takes nothing
+    // else as the end of its link-up, so replies still queued from before wait for the next poll.
+    bool m_resetConfirmPending = false;
 };
 
 } // namespace strelosim

@@ -92,6 +92,20 @@ bool ParseUid(const std::string &value, SimOptions &options, std::string &error)
     return true;
 }
 
+// The rates of a serial port's rate table, 110 to 115200 baud.
+bool ParseBaud(const std::string &value, SimOptions &options, std::string &error)
+{
+    static constexpr long long kRates[] = {110, 300, 600, 1200, 2400, 4800, 9600, 19200, 38400, 57600, 115200};
+    long long rate = 0;
+    if (!ParseInteger(value, 1, kRates[std::size(kRates) - 1], rate)
+        || std::find(std::begin(kRates), std::end(kRates), rate) == std::end(kRates)) {
+        error = "needs one of the rates 110, 300, 600, 1200, 2400, 4800, 9600, 19200, 38400, 57600, 115200";
+        return false;
+    }
+    options.baud = static_cast<unsigned>(rate);
+    return true;
+}
+
 bool ParseDefects(const std::string &value, SimOptions &options, std::string &error)
 {
     static const std::map<std::string, std::uint8_t> kLamps {
@@ -140,6 +154,7 @@ const std::map<std::string, Option> &Options()
         {"--corrupt", {true, Probability(&SimOptions::corrupt)}},
         {"--seed", {true, Integer(0, std::numeric_limits<long long>::max(), [](SimOptions &o, long long n) { o.seed = static_cast<std::uint64_t>(n); })}},
         {"--pace", {false, Flag(&SimOptions::pace)}},
+        {"--baud", {true, ParseBaud}},
         {"--image-out", {true, [](const std::string &v, SimOptions &o, std::string &) { o.head.imageOut = v; return !v.empty(); }}},
         {"--verbose", {false, Flag(&SimOptions::verbose)}},
         {"--strict", {false, Flag(&SimOptions::strict)}},
@@ -211,7 +226,8 @@ std::string SimOptions::Usage()
 {
     return "Usage: strelo-sim [options]\n"
            "Simulates one Strelo traffic-light head on a pseudo-terminal. The first line on stdout is\n"
-           "'device: <terminal path>'; the simulator serves until SIGINT or SIGTERM.\n"
+           "'device: <terminal path>'; with --baud, stderr's first is\n"
+           "'listening: <rate> baud, OSI 2 address <n>'. The simulator serves until SIGINT or SIGTERM.\n"
            "\n"
            "  --link PATH          make PATH a symbolic link to the terminal (removed on exit)\n"
            "  --osi2 N             link address, 1..254 (default 1)\n"
@@ -227,6 +243,8 @@ std::string SimOptions::Usage()
            "  --drop P             drop each sent byte with probability P\n"
            "  --corrupt P          corrupt each sent byte with probability P\n"
            "  --seed N             seed of the fault generator\n"
+           "  --baud RATE          listen at RATE only: at any other rate the line is garbage and the\n"
+           "                       head answers nothing (default: whatever rate the master sets)\n"
            "  --pace               let every byte take its time on a real line at the configured rate\n"
            "  --image-out FILE     write the flashed image (S-records) when the boot loader starts it\n"
            "  --verbose            log every telegram and boot-loader event on stderr\n"

@@ -21,6 +21,7 @@ struct SimOptions
     double corrupt = 0.0;
     std::uint64_t seed = FaultInjector::kDefaultSeed;
     bool pace = false;
+    unsigned baud = 0; // the only rate the head hears; 0: whatever rate the master sets
     bool verbose = false;
     bool strict = false;
 

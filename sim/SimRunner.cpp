@@ -16,6 +16,7 @@ constexpr std::size_t kReadChunk = 4096;
 SimRunner::SimRunner(const SimOptions &options, std::ostream &out, std::ostream &err)
     : m_options(options)
     , m_out(out)
+    , m_err(err)
     , m_log(options.verbose ? &err : nullptr, &err)
     , m_faults(options.drop, options.corrupt, options.seed)
 {
@@ -48,6 +49,10 @@ bool SimRunner::SetUp()
     }
     m_head = std::make_unique<StreloHead>(m_options.head, m_log);
     m_out << "device: " << m_transport.TerminalPath() << std::endl;
+    // On stderr, where the log goes: scripts read stdout's first line and may close the pipe
+    // after it. Without --baud the head hears every rate and the log's format stays as it was.
+    if (m_options.baud != 0)
+        m_err << "listening: " << m_options.baud << " baud, OSI 2 address " << int(m_options.head.linkAddress) << std::endl;
     return true;
 }
 
@@ -120,9 +125,23 @@ void SimRunner::ReadInput(TimePoint now)
         const std::size_t n = m_transport.Read(chunk.data(), chunk.size());
         if (n == 0)
             return;
+        if (!HearsLine(n, now))
+            continue;
         m_input.Push(Bytes(chunk.begin(), chunk.begin() + static_cast<std::ptrdiff_t>(n)), now,
                      CharacterTime(!m_head->InBootLoader()));
     }
+}
+
+bool SimRunner::HearsLine(std::size_t count, TimePoint now)
+{
+    // A UART set to another rate than the line's sees only garbage: framing errors and octets
+    // that never form a telegram. The head therefore answers nothing until the rates agree.
+    const unsigned lineRate = m_transport.BaudRate();
+    if (m_options.baud == 0 || lineRate == m_options.baud)
+        return true;
+    m_log.Write(now, "port", "rate-mismatch LINE=" + std::to_string(lineRate) + " HEAD="
+                    + std::to_string(m_options.baud) + " IGNORED=" + std::to_string(count));
+    return false;
 }
 
 void SimRunner::DeliverInput(TimePoint now)

@@ -48,6 +48,8 @@ private:
     std::optional<std::chrono::nanoseconds> PollTimeout(TimePoint now) const;
     void OnPortClosed(TimePoint now);
     void ReadInput(TimePoint now);
+    // False when the master's rate differs from the one the head listens at (--baud).
+    bool HearsLine(std::size_t count, TimePoint now);
     void DeliverInput(TimePoint now);
     // Queues the answers, each due its latency after `from`.
     void Schedule(std::vector<Transmission> answers, TimePoint from);
@@ -57,6 +59,7 @@ private:
 
     SimOptions m_options;
     std::ostream &m_out;
+    std::ostream &m_err;
     EventLog m_log;
     PtyTransport m_transport;
     StopSignal m_stop;

@@ -4,6 +4,7 @@
 
 #include "app/AboutDialog.h"
 #include "app/CCopy2ClipboardLabel.h"
+#include "app/FindDeviceDialog.h"
 #include "app/OptionsDialog.h"
 #include "controller/CTrafficLightController.h"
 #include "controller/DeviceMaintenance.h"
@@ -82,6 +83,7 @@ void MainWindow::ConnectActions()
     connect(ui->actionFSync, &QAction::triggered, this, &MainWindow::FlasherSyncDialogOpen);
     connect(ui->actionSetOSI2Address, &QAction::triggered, this, &MainWindow::SetOSI2Address);
     connect(ui->actionUpgradeFirmware, &QAction::triggered, this, &MainWindow::UpgradeFirmware);
+    connect(ui->actionFindDevice, &QAction::triggered, this, &MainWindow::FindDevice);
 }
 
 void MainWindow::CreateStatusWidgets()
@@ -159,6 +161,15 @@ void MainWindow::Options()
     // New interface settings take effect at the next connect; unconnected, the action is
     // disabled and this does nothing.
     ui->actionDisconnect->trigger();
+}
+
+void MainWindow::FindDevice()
+{
+    // The search needs the port: a connected head is let go first, as for new options.
+    ui->actionDisconnect->trigger();
+    m_controller->Close();
+    FindDeviceDialog dialog(this);
+    dialog.exec();
 }
 
 void MainWindow::SlaveConnect()

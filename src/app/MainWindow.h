@@ -50,6 +50,7 @@ public slots:
     void FlasherSyncHard();
     void SetOSI2Address();
     void UpgradeFirmware();
+    void FindDevice();
     void DisconnectAfterOSI2AddressChange();
     void ShowTrace(bool bInbound, const QString &qstrData);
     void ShowTrace(bool bInbound, const QString &qstrFrameType, int nOSI3AddressID, int nLength, bool bPRM,

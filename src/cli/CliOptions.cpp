@@ -120,7 +120,12 @@ QString CliOptions::HelpText()
         "  upgrade FILE [--allow-raw-hex] [--upload-baud RATE] [--retry PRODUCT]\n"
         "                                --retry strelo-002|strelo-003: the head is still in its\n"
         "                                boot loader after a failed upgrade; start at the enquiry\n"
+        "  scan [--rates all|RATE,...] [--addresses N|FROM-TO]\n"
+        "                                search the device for heads at every rate of the options\n"
+        "                                dialog (2400..115200) and address 1..199; the stored rate\n"
+        "                                and address first; one 'head:' line per head found\n"
         "\n"
-        "Exit codes: 0 success, 1 port not opened, 2 usage error, 3 no link or identification,\n"
+        "Exit codes: 0 success, 1 port not opened, 2 usage error, 3 no link or identification\n"
+        "(scan: no head found),\n"
         "4 firmware file error, 5 upgrade failed.\n");
 }

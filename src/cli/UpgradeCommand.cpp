@@ -5,21 +5,10 @@
 #include "settings/LichtwartSettings.h"
 #include "tls/CStreloProductTable.h"
 
-#include <QFile>
-
-#include <unistd.h>
-
 namespace {
 
 // How often a switch-over the link cannot take yet (a telegram is still pending) is offered again.
 constexpr int kSwitchOfferIntervalMs = 20;
-
-// A bar drawn in place only makes sense where a person watches the stream.
-bool IsTerminal(const QTextStream &stream)
-{
-    const auto *file = qobject_cast<const QFile *>(stream.device());
-    return file && file->handle() >= 0 && isatty(file->handle()) != 0;
-}
 
 } // namespace
 
@@ -34,7 +23,7 @@ UpgradeCommand::UpgradeCommand(const CliOptions &options, QTextStream &out, QTex
     , m_out(out)
     , m_err(err)
     , m_session(options, out, err)
-    , m_sequencer(out, err, IsTerminal(err))
+    , m_sequencer(out, err, ProgressLine::IsTerminal(err))
 {
     connect(&m_session, &DeviceSession::LinkChanged, this, &UpgradeCommand::OnLinkChanged);
 

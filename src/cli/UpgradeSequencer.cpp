@@ -2,16 +2,10 @@
 
 #include <QRegularExpression>
 
-namespace {
-
-constexpr int kBarWidth = 40;
-
-} // namespace
-
 UpgradeSequencer::UpgradeSequencer(QTextStream &out, QTextStream &err, bool progressBar)
     : m_out(out)
     , m_err(err)
-    , m_progressBar(progressBar)
+    , m_progress(err, progressBar)
 {
 }
 
@@ -23,11 +17,7 @@ QString UpgradeSequencer::PlainText(const QString &richText)
 
 void UpgradeSequencer::ShowStatus(const QString &qstrText)
 {
-    if (m_barOpen) {
-        m_err << "\n";
-        m_err.flush();
-        m_barOpen = false;
-    }
+    m_progress.Break();
     m_lastStatus = PlainText(qstrText);
     m_out << m_lastStatus << "\n";
     m_out.flush();
@@ -40,18 +30,5 @@ void UpgradeSequencer::ShowProgress(int nValue, int nMaximum)
         return;
     m_lastValue = nValue;
     m_lastMaximum = nMaximum;
-    if (m_progressBar)
-        DrawBar(nValue, nMaximum);
-    else
-        m_err << "progress: " << nValue << "/" << nMaximum << "\n";
-    m_err.flush();
-}
-
-void UpgradeSequencer::DrawBar(int value, int maximum)
-{
-    const int filled = maximum > 0 ? static_cast<int>(qint64(value) * kBarWidth / maximum) : kBarWidth;
-    const int percent = maximum > 0 ? static_cast<int>(qint64(value) * 100 / maximum) : 100;
-    m_err << "\r[" << QString(filled, QLatin1Char('#')) << QString(kBarWidth - filled, QLatin1Char('.')) << "] "
-          << percent << "% " << value << "/" << maximum;
-    m_barOpen = true;
+    m_progress.Show(nValue, nMaximum);
 }

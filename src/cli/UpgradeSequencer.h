@@ -1,5 +1,6 @@
 #pragma once
 
+#include "ProgressLine.h"
 #include "firmware/CUpgradeProcedure.h"
 
 #include <QTextStream>
@@ -32,13 +33,10 @@ protected:
     bool ConfirmProgramming() override { return true; }
 
 private:
-    void DrawBar(int value, int maximum);
-
     QTextStream &m_out;
     QTextStream &m_err;
-    const bool m_progressBar;
+    ProgressLine m_progress;
     QString m_lastStatus;
     int m_lastValue = -1;
     int m_lastMaximum = -1;
-    bool m_barOpen = false;
 };

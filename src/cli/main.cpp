@@ -1,6 +1,7 @@
 #include "CliOptions.h"
 #include "DeviceCommands.h"
 #include "FirmwareInfoCommand.h"
+#include "ScanCommand.h"
 #include "UpgradeCommand.h"
 #include "settings/LichtwartSettings.h"
 
@@ -40,6 +41,8 @@ int main(int argc, char *argv[])
         return RunFirmwareInfoCommand(options.commandArguments, out, err);
     if (options.command == QLatin1String("upgrade"))
         return RunUpgradeCommand(options, out, err);
+    if (options.command == QLatin1String("scan"))
+        return RunScanCommand(options, out, err);
     if (DeviceCommands::IsDeviceCommand(options.command))
         return DeviceCommands::Run(options, out, err);
     err << "lichtwart-cli: unknown command '" << options.command << "'\n";

@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cstdio>
+#include <utility>
 
 namespace {
 
@@ -119,13 +120,23 @@ bool CTlsOsi2::TransmitBuilt(int frameType, std::uint8_t control, std::uint8_t a
 
 void CTlsOsi2::OnReceive(const ByteVector &data)
 {
-    Assemble(data);
+    Assemble(data, std::chrono::steady_clock::now());
 }
 
-void CTlsOsi2::Assemble(const ByteVector &data)
+void CTlsOsi2::Assemble(const ByteVector &data, ArrivalTime arrival)
 {
+    DropStalledTelegram(arrival);
     for (std::uint8_t byte : data)
         AssembleByte(byte);
+}
+
+void CTlsOsi2::DropStalledTelegram(ArrivalTime arrival)
+{
+    const ArrivalTime previous = std::exchange(m_lastArrival, arrival);
+    if (m_state.load() == kIdle || arrival - previous <= kCharacterTimeout)
+        return;
+    ReportAssemblyError(kLineIdle);
+    m_state = kIdle;
 }
 
 void CTlsOsi2::AssembleByte(std::uint8_t byte)
@@ -301,6 +312,7 @@ std::string CTlsOsi2::ErrorText(int error)
     case kWrongChecksum: return "Wrong checksum";
     case kEndMissing: return "Telegram end byte missing";
     case kOutOfSync: return "Data stream out of sync";
+    case kLineIdle: return "Line idle within telegram";
     default: return "Unknown error";
     }
 }

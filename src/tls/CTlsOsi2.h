@@ -3,6 +3,7 @@
 #include "comm/NativeAliases.h"
 
 #include <atomic>
+#include <chrono>
 #include <cstdint>
 #include <mutex>
 #include <string>
@@ -52,7 +53,28 @@ public:
         kWrongChecksum = 4,
         kEndMissing = 5,
         kOutOfSync = 6,
+        kLineIdle = 7,
     };
+
+    // A telegram travels as one unbroken stream of characters: a line that falls idle in the
+    // middle of one means the rest is lost (a spoiled length octet, for instance, would otherwise
+    // make the assembler wait for up to 253 more octets and swallow the repetitions and their
+    // answers). When more than this time has passed between two deliveries while a telegram is
+    // being assembled, the partial telegram is dropped with its own report and the new delivery
+    // starts afresh. This goes beyond the frame format's receive rules, which keep waiting.
+    //
+    // Why 50 ms: USB serial adapters hand over received bytes in chunks up to about 16 ms apart
+    // (their latency timer), and a loaded machine may let the reader thread wait its turn for a
+    // while longer, so a healthy telegram can show gaps of some 20 to 30 ms; 50 ms keeps a clear
+    // margin above that. It must also stay well below the 100 ms after which the link repeats an
+    // unanswered request: the answer to the repetition arrives at least about 60 ms after the
+    // last spoiled octet (100 ms less the time the spoiled answer itself took on the line), so by
+    // then the time-out has always passed and the answer is received whole. At 2400 baud one
+    // character takes 4.6 ms, far below it.
+    //
+    // The check costs nothing on a quiet line and needs no timer: each delivery carries its time
+    // of arrival, and the gap is looked at when the next delivery comes.
+    static constexpr std::chrono::milliseconds kCharacterTimeout {50};
 
     CTlsOsi2();
     ~CTlsOsi2() override;
@@ -81,7 +103,10 @@ public:
     std::string AssmblyError(int error, std::uint8_t byte) const;
 
 protected:
-    void Assemble(const ByteVector &data);
+    using ArrivalTime = std::chrono::steady_clock::time_point;
+
+    // Feeds one delivery that reached the port at `arrival` through the assembler.
+    void Assemble(const ByteVector &data, ArrivalTime arrival);
 
     // A readable decode line. Building these lines costs time on every telegram, so the link
     // builds them only for a subclass that consumes them. C++ cannot ask whether a virtual
@@ -109,6 +134,7 @@ protected:
     std::atomic<bool> m_decode {false};
 
 private:
+    void DropStalledTelegram(ArrivalTime arrival);
     void AssembleByte(std::uint8_t byte);
     void OnIdleByte(std::uint8_t byte);
     void OnAddressByte(std::uint8_t byte);
@@ -133,6 +159,8 @@ private:
     static inline std::atomic<std::uint8_t> s_control {0};
     static inline std::atomic<std::uint8_t> s_address {0};
     static inline std::atomic<std::uint32_t> s_checksum {0};
+
+    ArrivalTime m_lastArrival {}; // of the previous delivery; reader thread only
 
     // One telegram is built and written at a time, whichever thread sends it.
     std::recursive_mutex m_txLock;

@@ -225,7 +225,7 @@ private slots:
                 names << action->objectName();
         QCOMPARE(names, QStringList({"actionExit", "actionOptions", "actionAbout", "actionConnect", "actionClearlog",
                                      "actionDisconnect", "actionStreloVisual", "actionFSync", "actionSetOSI2Address",
-                                     "actionUpgradeFirmware"}));
+                                     "actionUpgradeFirmware", "actionFindDevice"}));
     }
 
     void menusAndToolBarHoldTheActionsInOrder()
@@ -240,7 +240,7 @@ private slots:
         QCOMPARE(Texts(menu("menuView")), QStringList({"actionClearlog"}));
         QCOMPARE(Texts(menu("menuTools")),
                  QStringList({"actionConnect", "actionDisconnect", "|", "actionStreloVisual", "actionFSync", "|",
-                              "actionSetOSI2Address", "actionUpgradeFirmware", "|", "actionOptions"}));
+                              "actionSetOSI2Address", "actionUpgradeFirmware", "|", "actionFindDevice", "actionOptions"}));
         QCOMPARE(Texts(menu("menuHelp")), QStringList({"actionAbout"}));
         QCOMPARE(Texts(m_window->findChild<QToolBar *>(QStringLiteral("mainToolBar"))->actions()),
                  QStringList({"actionExit", "actionConnect", "actionDisconnect", "|", "actionStreloVisual",

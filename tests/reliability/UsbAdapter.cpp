@@ -54,6 +54,42 @@ bool UsbAdapter::PlugIn()
     return true;
 }
 
+void UsbAdapter::SetNoise(double rate, std::uint64_t seed)
+{
+    std::lock_guard lock(m_lock);
+    m_noise = rate;
+    m_noiseState = seed;
+}
+
+// splitmix64: the same pattern for a seed on every machine.
+std::uint64_t UsbAdapter::Draw()
+{
+    std::uint64_t z = (m_noiseState += 0x9E3779B97F4A7C15ULL);
+    z = (z ^ (z >> 30)) * 0xBF58476D1CE4E5B9ULL;
+    z = (z ^ (z >> 27)) * 0x94D049BB133111EBULL;
+    return z ^ (z >> 31);
+}
+
+ssize_t UsbAdapter::Spoil(char *bytes, ssize_t count)
+{
+    m_carried += count;
+    if (m_noise <= 0.0)
+        return count;
+    ssize_t kept = 0;
+    for (ssize_t i = 0; i < count; ++i) {
+        const double draw = static_cast<double>(Draw() >> 11) * 0x1.0p-53;
+        if (draw >= m_noise) {
+            bytes[kept++] = bytes[i];
+            continue;
+        }
+        ++m_spoiled;
+        if (draw < m_noise / 2)
+            continue; // lost
+        bytes[kept++] = static_cast<char>(bytes[i] ^ static_cast<char>(1 + Draw() % 255));
+    }
+    return kept;
+}
+
 void UsbAdapter::Run()
 {
     while (!m_stop) {
@@ -78,10 +114,11 @@ void UsbAdapter::Run()
 void UsbAdapter::Forward(int from, int to)
 {
     char buffer[4096];
-    const ssize_t n = ::read(from, buffer, sizeof buffer);
+    ssize_t n = ::read(from, buffer, sizeof buffer);
     // Without a terminal on the master's side the bytes fall on the floor.
     if (n <= 0 || to < 0)
         return;
+    n = Spoil(buffer, n);
     ssize_t done = 0;
     while (done < n) {
         const ssize_t written = ::write(to, buffer + done, n - done);

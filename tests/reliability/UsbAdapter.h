@@ -5,6 +5,8 @@
 #include <QString>
 
 #include <atomic>
+#include <cstdint>
+#include <sys/types.h>
 #include <memory>
 #include <mutex>
 #include <thread>
@@ -27,10 +29,19 @@ public:
     QString Path() const { return m_path; }
     void Pull();
     bool PlugIn();
+    // A noisy line: from now on each byte, either way, is spoiled with probability `rate`: half
+    // of the spoiled bytes are lost, the other half arrive as another value. `seed` makes the
+    // pattern repeatable.
+    void SetNoise(double rate, std::uint64_t seed);
+    qint64 SpoiledBytes() const { return m_spoiled.load(); }
+    qint64 CarriedBytes() const { return m_carried.load(); }
 
 private:
     void Run();
     void Forward(int from, int to);
+    // Applies the noise to a batch in place; returns its new size.
+    ssize_t Spoil(char *bytes, ssize_t count);
+    std::uint64_t Draw();
 
     QString m_path;
     int m_head = -1;
@@ -38,5 +49,9 @@ private:
     std::unique_ptr<PtyPair> m_pty;
     bool m_pluggedIn = false;
     std::atomic<bool> m_stop {false};
+    double m_noise = 0.0;             // under m_lock
+    std::uint64_t m_noiseState = 0;   // under m_lock
+    std::atomic<qint64> m_spoiled {0};
+    std::atomic<qint64> m_carried {0};
     std::thread m_thread;
 };

@@ -74,6 +74,22 @@ private slots:
         QCOMPARE(options.head.eraseTime.count(), 0);
     }
 
+    void baudRates()
+    {
+        SimOptions options;
+        std::string error;
+        QCOMPARE(options.baud, 0u);
+        QVERIFY(Parse({"--baud", "19200"}, options, error) == SimOptions::Outcome::Run);
+        QCOMPARE(options.baud, 19200u);
+        QVERIFY(Parse({"--baud=110"}, options, error) == SimOptions::Outcome::Run);
+        QCOMPARE(options.baud, 110u);
+        const std::string rates = "needs one of the rates 110, 300, 600, 1200, 2400, 4800, 9600, 19200, 38400, 57600, 115200";
+        QCOMPARE(ErrorOf({"--baud", "9601"}), "--baud " + rates + " (got '9601')");
+        QCOMPARE(ErrorOf({"--baud", "230400"}), "--baud " + rates + " (got '230400')");
+        QCOMPARE(ErrorOf({"--baud", "fast"}), "--baud " + rates + " (got 'fast')");
+        QCOMPARE(ErrorOf({"--baud"}), std::string("--baud needs a value"));
+    }
+
     void defectNames()
     {
         SimOptions options;

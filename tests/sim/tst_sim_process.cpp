@@ -308,6 +308,31 @@ private slots:
         Stop(sim);
     }
 
+    void headHearsOnlyItsOwnRate()
+    {
+        Sim sim;
+        QVERIFY(Start(sim, {"--baud", "19200", "--osi2", "7"}));
+        ScriptedMaster master;
+        QVERIFY(master.Open(sim.device, B9600));
+        QVERIFY(master.Exchange(Hex("10 49 07 50 16"), 1, 500).empty());
+        QVERIFY(master.Open(sim.device, B19200));
+        COMPARE_BYTES(master.Exchange(Hex("10 49 07 50 16"), 5), Hex("10 0B 07 12 16"));
+        QVERIFY(master.Open(sim.device, B115200));
+        QVERIFY(master.Exchange(Hex("10 49 07 50 16"), 1, 500).empty());
+        Stop(sim);
+        QVERIFY(sim.process.readAllStandardError().startsWith("listening: 19200 baud, OSI 2 address 7\n"));
+    }
+
+    void withoutBaudTheHeadHearsAnyRate()
+    {
+        Sim sim;
+        QVERIFY(Start(sim, {}));
+        ScriptedMaster master;
+        QVERIFY(master.Open(sim.device, B2400));
+        COMPARE_BYTES(master.Exchange(Hex("10 49 01 4A 16"), 5), Hex("10 0B 01 0C 16"));
+        Stop(sim);
+    }
+
     void silentAnswersNothing()
     {
         Sim sim;

@@ -20,7 +20,14 @@ public:
     }
     ~LinkProbe() override { Close(); }
 
-    void Feed(const QByteArray &bytes) { OnReceive(Octets(bytes)); }
+    // Deliveries follow each other without a pause unless a test asks for one, so that a loaded
+    // machine cannot trip the character time-out between two of them.
+    void Feed(const QByteArray &bytes) { FeedAfter(std::chrono::microseconds(1), bytes); }
+    void FeedAfter(std::chrono::microseconds pause, const QByteArray &bytes)
+    {
+        m_clock += pause;
+        Assemble(Octets(bytes), m_clock);
+    }
     void SetDecode(bool on) { m_decode = on; }
     void UsePort(bool on) { m_usePort = on; }
 
@@ -114,6 +121,7 @@ private:
 
     const bool m_wantsDecodeLines;
     bool m_usePort = false;
+    ArrivalTime m_clock {};
     mutable std::mutex m_mutex;
     std::condition_variable m_changed;
     QStringList m_telegrams;
@@ -154,6 +162,13 @@ private slots:
     void typeWithoutDataRejected();
     void longErrorFormatNamesTheState();
     void errorAndStateTexts();
+    void spoiledLengthThenPauseNextTelegramWhole();
+    void spoiledLengthWithoutPauseSwallowsNextTelegram();
+    void piecesWithShortPausesAreOneTelegram();
+    void pauseOfExactlyTheTimeOutKeepsTheTelegram();
+    void pauseOnAQuietLineReportsNothing();
+    void pauseEndsTheEndlessShortLength();
+    void realDeliveriesUseTheirArrivalTime();
     void sendShortBytes();
     void sendLongBytes();
     void send254OctetsWrapsLength();
@@ -384,6 +399,7 @@ void TestCTlsOsi2::errorAndStateTexts()
                               "Wrong checksum",
                               "Telegram end byte missing",
                               "Data stream out of sync",
+                              "Line idle within telegram",
                               "Unknown error"};
     for (int error = 0; error < errors.size(); ++error)
         QCOMPARE(QString::fromStdString(CTlsOsi2::ErrorText(error)), errors.at(error));
@@ -400,6 +416,98 @@ void TestCTlsOsi2::errorAndStateTexts()
                               "Unknown assembler state!"};
     for (int state = 0; state < states.size(); ++state)
         QCOMPARE(QString::fromStdString(CTlsOsi2::StateName(unsigned(state))), states.at(state));
+}
+
+namespace {
+
+using std::chrono::milliseconds;
+
+const QString kLineIdleReport = QStringLiteral("CTlsOsi2::AssemblyError: Line idle within telegram");
+
+// The start of a long telegram whose length octets arrived spoiled as 0xC8 (200 data octets
+// announced), cut off after two data octets: the rest was lost on the line.
+const char *const kSpoiledStart = "68C8C868" "0805" "0102";
+
+} // namespace
+
+void TestCTlsOsi2::spoiledLengthThenPauseNextTelegramWhole()
+{
+    LinkProbe link;
+    link.Feed(Hex(kSpoiledStart));
+    QCOMPARE(link.State(), unsigned(CTlsOsi2::kMoreData));
+    // The repetition's answer comes after the link's response time-out.
+    link.FeedAfter(milliseconds(60), Hex("100B051016"));
+    QCOMPARE(link.Telegrams(), QStringList {"short 0B 05"});
+    QCOMPARE(link.Errors(), QStringList {kLineIdleReport});
+    QCOMPARE(link.State(), unsigned(CTlsOsi2::kIdle));
+}
+
+void TestCTlsOsi2::spoiledLengthWithoutPauseSwallowsNextTelegram()
+{
+    // Without a pause the frame format's rules hold: the octets are the announced data.
+    LinkProbe link;
+    link.Feed(Hex(kSpoiledStart));
+    link.FeedAfter(milliseconds(10), Hex("100B051016"));
+    QVERIFY(link.Telegrams().isEmpty());
+    QVERIFY(link.Errors().isEmpty());
+    QCOMPARE(link.RxData().size(), std::size_t(7));
+}
+
+void TestCTlsOsi2::piecesWithShortPausesAreOneTelegram()
+{
+    // A USB adapter hands the bytes over in chunks up to 16 ms apart; a loaded machine adds to
+    // that. The whole telegram takes far longer than the time-out, each gap stays below it.
+    LinkProbe link;
+    link.Feed(Hex("6805"));
+    link.FeedAfter(milliseconds(16), Hex("0568"));
+    link.FeedAfter(milliseconds(40), Hex("0805"));
+    link.FeedAfter(milliseconds(45), Hex("010203"));
+    link.FeedAfter(milliseconds(30), Hex("1316"));
+    QCOMPARE(link.Telegrams(), QStringList {"long 08 05 | 01 02 03"});
+    QVERIFY(link.Errors().isEmpty());
+}
+
+void TestCTlsOsi2::pauseOfExactlyTheTimeOutKeepsTheTelegram()
+{
+    LinkProbe link;
+    link.Feed(Hex("100B"));
+    link.FeedAfter(CTlsOsi2::kCharacterTimeout, Hex("051016"));
+    QCOMPARE(link.Telegrams(), QStringList {"short 0B 05"});
+    QVERIFY(link.Errors().isEmpty());
+}
+
+void TestCTlsOsi2::pauseOnAQuietLineReportsNothing()
+{
+    LinkProbe link;
+    link.Feed(Hex("E5"));
+    link.FeedAfter(milliseconds(5000), Hex("100B051016"));
+    QCOMPARE(link.Telegrams(), (QStringList {"ack", "short 0B 05"}));
+    QVERIFY(link.Errors().isEmpty());
+}
+
+void TestCTlsOsi2::pauseEndsTheEndlessShortLength()
+{
+    // A length octet of 1 keeps the assembler taking data while the octets keep coming; the
+    // first pause ends it, and the byte after the pause is looked at as a start octet.
+    LinkProbe link;
+    link.Feed(Hex("68010168080501020304"));
+    link.Feed(Hex("100B051016"));
+    QVERIFY(link.Telegrams().isEmpty());
+    link.FeedAfter(milliseconds(51), Hex("E5"));
+    QCOMPARE(link.Telegrams(), QStringList {"ack"});
+    QCOMPARE(link.Errors(), QStringList {kLineIdleReport});
+}
+
+void TestCTlsOsi2::realDeliveriesUseTheirArrivalTime()
+{
+    // Through the port's receive callback the arrival time is the clock's: a pause longer than
+    // the time-out between two real deliveries drops the partial telegram.
+    LinkProbe link;
+    link.OnReceive(Octets(Hex(kSpoiledStart)));
+    QTest::qSleep(int(CTlsOsi2::kCharacterTimeout.count()) + 20);
+    link.OnReceive(Octets(Hex("100B051016")));
+    QCOMPARE(link.Telegrams(), QStringList {"short 0B 05"});
+    QCOMPARE(link.Errors(), QStringList {kLineIdleReport});
 }
 
 void TestCTlsOsi2::sendShortBytes()

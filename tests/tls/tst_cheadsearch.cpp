@@ -1,0 +1,123 @@
+// The order and the waits of the head search, and one search against a head played by a test.
+#include "tls/CHeadSearch.h"
+
+#include <QSignalSpy>
+#include <QTest>
+
+using Probe = CHeadSearch::Probe;
+
+class TestCHeadSearch : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void defaultRatesAreTheOptionsDialogsList();
+    void likelyPlacesFirst();
+    void storedAddressAndRateLead();
+    void everyPairOnceWithinTheRange();
+    void aRateOutsideTheListIsNotProbed();
+    void probeWaitIsLineTimePlusTurnaround();
+    void lineNamesEveryPart();
+    void portThatCannotBeOpenedEndsTheSearch();
+    void cancelEndsAtOnce();
+};
+
+void TestCHeadSearch::defaultRatesAreTheOptionsDialogsList()
+{
+    QCOMPARE(CHeadSearch::DefaultRates(), (QList<int> {2400, 4800, 9600, 19200, 38400, 57600, 115200}));
+}
+
+void TestCHeadSearch::likelyPlacesFirst()
+{
+    // Stored: 9600 baud, address 1 (the defaults).
+    const QList<Probe> plan = CHeadSearch::Plan(CHeadSearch::DefaultRates(), 1, 199, 9600, 1);
+    const QList<Probe> first {{9600, 1}, {2400, 1}, {4800, 1}, {19200, 1}, {38400, 1}, {57600, 1}, {115200, 1}};
+    QCOMPARE(plan.mid(0, 7), first);
+    // Then every address at 9600, then the other rates in turn.
+    QCOMPARE(plan.at(7), (Probe {9600, 2}));
+    QCOMPARE(plan.at(7 + 197), (Probe {9600, 199}));
+    QCOMPARE(plan.at(7 + 198), (Probe {2400, 2}));
+    QCOMPARE(plan.last(), (Probe {115200, 199}));
+}
+
+void TestCHeadSearch::storedAddressAndRateLead()
+{
+    const QList<Probe> plan = CHeadSearch::Plan(CHeadSearch::DefaultRates(), 1, 199, 19200, 7);
+    const QList<Probe> first {{19200, 7}, {19200, 1}, {9600, 7}, {9600, 1}, {2400, 7}, {2400, 1}};
+    QCOMPARE(plan.mid(0, 6), first);
+    // After the fourteen likely places: every address at the stored rate, then at 9600.
+    QCOMPARE(plan.at(14), (Probe {19200, 2}));
+    QCOMPARE(plan.at(14 + 196), (Probe {19200, 199}));
+    QCOMPARE(plan.at(14 + 197), (Probe {9600, 2}));
+}
+
+void TestCHeadSearch::everyPairOnceWithinTheRange()
+{
+    const QList<Probe> plan = CHeadSearch::Plan(CHeadSearch::DefaultRates(), 1, 199, 57600, 42);
+    QCOMPARE(plan.size(), 7 * 199);
+    QSet<QString> seen;
+    for (const Probe &probe : plan)
+        seen.insert(QStringLiteral("%1/%2").arg(probe.rate).arg(probe.address));
+    QCOMPARE(seen.size(), 7 * 199);
+
+    // A stored address outside the range is not probed.
+    const QList<Probe> part = CHeadSearch::Plan({9600, 19200}, 5, 9, 9600, 1);
+    const QList<Probe> expected {{9600, 5}, {9600, 6}, {9600, 7}, {9600, 8}, {9600, 9},
+                                 {19200, 5}, {19200, 6}, {19200, 7}, {19200, 8}, {19200, 9}};
+    QCOMPARE(part, expected);
+}
+
+void TestCHeadSearch::aRateOutsideTheListIsNotProbed()
+{
+    // A stored rate the search was not asked for does not lead.
+    const QList<Probe> plan = CHeadSearch::Plan({4800}, 3, 4, 9600, 3);
+    QCOMPARE(plan, (QList<Probe> {{4800, 3}, {4800, 4}}));
+}
+
+void TestCHeadSearch::probeWaitIsLineTimePlusTurnaround()
+{
+    // Ten characters of eleven bits, rounded up, plus 30 ms.
+    QCOMPARE(CHeadSearch::ProbeWaitMs(2400), 46 + 30);
+    QCOMPARE(CHeadSearch::ProbeWaitMs(9600), 12 + 30);
+    QCOMPARE(CHeadSearch::ProbeWaitMs(115200), 1 + 30);
+}
+
+void TestCHeadSearch::lineNamesEveryPart()
+{
+    FoundHead head;
+    head.device = QStringLiteral("/dev/ttyUSB0");
+    head.rate = 4800;
+    head.osi2 = 12;
+    QCOMPARE(head.Line(), QStringLiteral("head: device=/dev/ttyUSB0 baud=4800 osi2=12 osi7=unknown product=unknown "
+                                         "hardware=unknown software=unknown uid=unknown"));
+    QVERIFY(!head.Complete());
+}
+
+void TestCHeadSearch::portThatCannotBeOpenedEndsTheSearch()
+{
+    CHeadSearch search(QStringLiteral("/dev/lichtwart-no-such-port"), {{9600, 1}, {9600, 2}});
+    QSignalSpy failed(&search, &CHeadSearch::PortFailed);
+    QSignalSpy finished(&search, &CHeadSearch::Finished);
+    search.Start();
+    QCOMPARE(failed.size(), 1);
+    QCOMPARE(failed.at(0).at(1).toInt(), 9600);
+    QCOMPARE(finished.size(), 1);
+    QCOMPARE(finished.at(0).at(0).toInt(), 0);
+    QCOMPARE(finished.at(0).at(1).toBool(), false);
+}
+
+void TestCHeadSearch::cancelEndsAtOnce()
+{
+    CHeadSearch search(QStringLiteral("/dev/null"), CHeadSearch::Plan({9600}, 1, 199, 9600, 1));
+    QSignalSpy progress(&search, &CHeadSearch::Progress);
+    QSignalSpy finished(&search, &CHeadSearch::Finished);
+    search.Cancel();
+    QCOMPARE(finished.size(), 1);
+    QCOMPARE(finished.at(0).at(1).toBool(), true);
+    search.Cancel();
+    QCOMPARE(finished.size(), 1);
+    QCOMPARE(progress.size(), 0);
+}
+
+QTEST_MAIN(TestCHeadSearch)
+#include "tst_cheadsearch.moc"
