@@ -2,11 +2,13 @@
 
 #include "firmware/CUpgradeProcedure.h"
 
+#include <QElapsedTimer>
 #include <QTextStream>
 
 // The upgrade procedure on a terminal: every status text becomes one plain line on the output,
-// the upload's progress becomes "progress: <done>/<total>" lines on the error stream, or a bar
-// drawn in place when that stream is a terminal. Buttons and closing have no meaning here, and
+// the upload's progress becomes "progress: <done>/<total>" lines on the error stream (bytes sent,
+// as the dialog's bar counts them), or a bar drawn in place when that stream is a terminal. The
+// bar counts the bytes the boot loader has acknowledged and shows elapsed time, rate and time left. Buttons and closing have no meaning here, and
 // programming needs no confirmation: the command itself is the user's request.
 class UpgradeSequencer : public CUpgradeProcedure
 {
@@ -32,7 +34,8 @@ protected:
     bool ConfirmProgramming() override { return true; }
 
 private:
-    void DrawBar(int value, int maximum);
+    void DrawBar(int acknowledged, int maximum);
+    static QString Duration(qint64 milliseconds);
 
     QTextStream &m_out;
     QTextStream &m_err;
@@ -40,5 +43,7 @@ private:
     QString m_lastStatus;
     int m_lastValue = -1;
     int m_lastMaximum = -1;
+    int m_lastAcknowledged = -1;
     bool m_barOpen = false;
+    QElapsedTimer m_uploadTime;
 };
