@@ -1,9 +1,12 @@
 // The S-record reader and the block assembly. The first byte picks the address width; the rest is
 // the image text. Besides not crashing, an accepted image must come out as blocks in address order,
-// each of even, non-zero length, handed out in chunks of at most 32 bytes that add up to the total.
+// each of even, non-zero length and inside the address space of its records (no byte past 0xFFFFFF
+// or 0xFFFFFFFF), handed out in chunks of at most 32 bytes that add up to the total and stay inside
+// that space too.
 
 #include "firmware/CFirmwareException.h"
 #include "firmware/CFirmwareFile.h"
+#include "firmware/FirmwareAddressSpace.h"
 
 #include <cstdint>
 #include <cstdlib>
@@ -22,6 +25,7 @@ void CheckBlocks(CFirmwareFile &firmware)
     std::uint32_t previous = 0;
     for (const auto &block : firmware.GetBlocks()) {
         Check(!block->data.empty() && block->data.size() % 2 == 0);
+        Check(FirmwareAddressSpace::Holds(block->address, block->data.size(), firmware.HasWideAddresses()));
         Check(block->address >= previous);
         previous = block->address;
         total += std::int64_t(block->data.size());
@@ -33,6 +37,7 @@ void CheckBlocks(CFirmwareFile &firmware)
     ByteVector chunk;
     while (firmware.GetNextBlock(32, address, chunk)) {
         Check(!chunk.empty() && chunk.size() <= 32);
+        Check(FirmwareAddressSpace::Holds(address, chunk.size(), firmware.HasWideAddresses()));
         handedOut += std::int64_t(chunk.size());
     }
     Check(handedOut == total);
@@ -49,7 +54,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     try {
         firmware.ParseRecords();
     } catch (const CFirmwareException &error) {
-        Check(error.Code() >= 8 && error.Code() <= 14);
+        Check((error.Code() >= 8 && error.Code() <= 14) ||
+              error.Code() == CFirmwareException::BlockOutsideAddressSpace);
         return 0;
     }
     CheckBlocks(firmware);

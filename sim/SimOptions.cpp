@@ -60,7 +60,8 @@ Handler Probability(double SimOptions::*field)
     };
 }
 
-Handler VersionOf(Version HeadConfig::*field)
+template <typename Field>
+Handler VersionOf(Field HeadConfig::*field)
 {
     return [=](const std::string &value, SimOptions &options, std::string &error) {
         const std::optional<Version> version = Version::Parse(value);
@@ -144,6 +145,7 @@ const std::map<std::string, Option> &Options()
         {"--osi7", {true, Integer(1, 254, [](SimOptions &o, long long n) { o.head.osi7Address = static_cast<std::uint8_t>(n); })}},
         {"--hardware", {true, VersionOf(&HeadConfig::hardware)}},
         {"--software", {true, VersionOf(&HeadConfig::software)}},
+        {"--software-after", {true, VersionOf(&HeadConfig::softwareAfter)}},
         {"--uid", {true, ParseUid}},
         {"--defect", {true, ParseDefects}},
         {"--luminosity", {true, Integer(0, 255, [](SimOptions &o, long long n) { o.head.luminosity = static_cast<std::uint8_t>(n); })}},
@@ -173,6 +175,10 @@ bool CheckIdentity(const SimOptions &options, std::string &error)
     }
     if (FrameCodec::ContainsLengthTrap(HeadApplication::VersionOctets(head.hardware, head.software))) {
         error = "--hardware/--software: the versions reply would carry 0x68 followed by 0x00 or 0x01";
+        return false;
+    }
+    if (head.softwareAfter && FrameCodec::ContainsLengthTrap(HeadApplication::VersionOctets(head.hardware, *head.softwareAfter))) {
+        error = "--hardware/--software-after: the versions reply would carry 0x68 followed by 0x00 or 0x01";
         return false;
     }
     if (FrameCodec::ContainsLengthTrap(head.uid)) {
@@ -234,6 +240,8 @@ std::string SimOptions::Usage()
            "  --osi7 N             OSI 7 address (DE), 1..254 (default 1)\n"
            "  --hardware A.B.C     hardware version (default 2.1.0)\n"
            "  --software A.B.C     software version (default 1.4.2)\n"
+           "  --software-after A.B.C  software version reported once an upgrade has started the\n"
+           "                       flashed image (default: the image's STRELO-SWV marker, else unchanged)\n"
            "  --uid HEX            unique identifier, 1..32 octets (default 12 octets)\n"
            "  --defect LIST        broken lamps: red,yellow,green,red-yellow\n"
            "  --luminosity N       intensity reported at power-up (100 full, 10 dimmed; default 100)\n"

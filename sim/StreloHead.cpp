@@ -100,7 +100,8 @@ std::size_t StreloHead::ReceiveBoot(const std::uint8_t *data, std::size_t size, 
     const std::size_t taken = m_bootLoader->Receive(data, size, now, answers);
     if (!m_bootLoader->Started())
         return taken;
-    if (const std::optional<Version> version = m_bootLoader->Memory().FindVersionMarker()) {
+    const std::optional<Version> version = m_config.softwareAfter ? m_config.softwareAfter : m_bootLoader->Memory().FindVersionMarker();
+    if (version) {
         if (FrameCodec::ContainsLengthTrap(HeadApplication::VersionOctets(m_config.hardware, *version)))
             m_log.Error("the flashed version " + version->Text() + " cannot be reported safely; keeping " + m_config.software.Text());
         else

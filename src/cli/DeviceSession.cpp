@@ -75,6 +75,7 @@ DeviceSession::~DeviceSession() = default;
 
 bool DeviceSession::Open()
 {
+    m_haveVersion = m_haveDevice = m_haveUid = false;
     const int baudIndex = CAsync::BaudIndexForRate(m_options.baudRate);
     if (!m_device->OpenLink(m_options.device.toStdString(), baudIndex, false)) {
         m_err << "error: the device " << m_options.device << " could not be opened\n";
@@ -87,7 +88,7 @@ bool DeviceSession::Open()
 
 bool DeviceSession::Identify()
 {
-    if (WaitFor([this] { return m_haveVersion && m_haveDevice && m_haveUid; }, m_options.timeoutMs))
+    if (WaitFor([this] { return Identified(); }, m_options.timeoutMs))
         return true;
     if (!m_interrupted) {
         m_err << (m_linkSeen ? "error: the device on " : "error: no link to the device on ") << m_options.device

@@ -41,7 +41,8 @@ public:
     // monitor: reports (and trace lines) for the duration or until SIGINT/SIGTERM.
     int RunMonitor(int durationMs);
 
-    // The steps the commands are made of. Open and Identify print what went wrong.
+    // The steps the commands are made of. Open and Identify print what went wrong. Every Open
+    // starts a new identification.
     bool Open();
     bool Identify();
     // Stops the link procedure and closes the port.
@@ -49,6 +50,10 @@ public:
     CliDevice &Device() { return *m_device; }
     // The identified product; null for a head of unknown hardware.
     const STRELO_PRODUCT *Product() const { return m_productRecord; }
+    // Versions and UID replies are all in since the last Open.
+    bool Identified() const { return m_haveVersion && m_haveDevice && m_haveUid; }
+    // The software version the head reported, "major.minor.release".
+    QString Software() const { return m_software; }
     bool Interrupted() const { return m_interrupted; }
 
     // Runs the event loop until the condition holds, the time is up (a negative time: no limit)

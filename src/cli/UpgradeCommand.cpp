@@ -65,6 +65,10 @@ int UpgradeCommand::Run()
         ReleaseLink();
         return kExitFirmware;
     }
+    if (!CheckProduct()) {
+        ReleaseLink();
+        return kExitUpgradeFailed;
+    }
     return Upgrade();
 }
 
@@ -81,6 +85,16 @@ QString UpgradeCommand::ParseArguments(const QStringList &arguments)
             if (!ok || rate <= 0)
                 return QStringLiteral("--upload-baud takes a baud rate such as 9600");
             m_uploadBaud = rate;
+            ++i;
+        } else if (argument == QLatin1String("--force")) {
+            m_force = true;
+        } else if (argument == QLatin1String("--no-verify")) {
+            m_verify = false;
+        } else if (argument == QLatin1String("--verify-timeout")) {
+            bool ok = false;
+            m_verifyTimeoutMs = i + 1 < arguments.size() ? arguments.at(i + 1).toInt(&ok, 10) : 0;
+            if (!ok || m_verifyTimeoutMs <= 0)
+                return QStringLiteral("--verify-timeout takes a time in milliseconds such as 15000");
             ++i;
         } else if (argument == QLatin1String("--retry")) {
             m_product = i + 1 < arguments.size() ? CStreloProductTable::FindById(arguments.at(i + 1)) : nullptr;
@@ -103,7 +117,8 @@ QString UpgradeCommand::ParseArguments(const QStringList &arguments)
 int UpgradeCommand::UsageError(const QString &problem)
 {
     m_err << "lichtwart-cli upgrade: " << problem << "\n"
-          << "usage: lichtwart-cli upgrade FILE [--allow-raw-hex] [--upload-baud RATE] [--retry PRODUCT]\n";
+          << "usage: lichtwart-cli upgrade FILE [--allow-raw-hex] [--upload-baud RATE] [--force] [--no-verify]\n"
+             "                             [--verify-timeout MS] [--retry PRODUCT]\n";
     m_err.flush();
     return kExitUsage;
 }
@@ -156,6 +171,8 @@ int UpgradeCommand::RetryInBootLoader()
     m_sequencer.SetStreloDevice(m_product);
     if (!LoadFirmware())
         return kExitFirmware;
+    if (!CheckProduct())
+        return kExitUpgradeFailed;
     m_sequencer.SetUploadDevice(m_options.device);
     if (m_uploadBaud)
         m_sequencer.SetUploadBaudrate(*m_uploadBaud);
@@ -165,6 +182,25 @@ int UpgradeCommand::RetryInBootLoader()
     return AwaitEnd();
 }
 
+// Nothing has been sent yet: a package for another product stops here unless forced.
+bool UpgradeCommand::CheckProduct()
+{
+    if (m_sequencer.PackageFitsProduct())
+        return true;
+    const QString package = QString::fromStdString(m_sequencer.Firmware().GetProduct());
+    if (m_force) {
+        m_err << "warning: the package is made for " << package << ", the head is a " << m_product->id
+              << "; flashing it anyway (--force)\n";
+        m_err.flush();
+        return true;
+    }
+    m_err << "error: the package is made for " << package << ", but the head on " << m_options.device << " is a "
+          << m_product->id << "; nothing was sent. Use the package for " << m_product->id
+          << ", or add --force if you are sure\n";
+    m_err.flush();
+    return false;
+}
+
 int UpgradeCommand::AwaitEnd()
 {
     // The procedure always comes to an end: every step is supervised by a time-out. Only SIGINT or
@@ -172,12 +208,50 @@ int UpgradeCommand::AwaitEnd()
     m_session.WaitFor([this] { return m_finished.has_value(); }, -1);
     ReleaseLink();
     if (m_finished.value_or(false))
-        return kExitOk;
+        return m_verify ? Verify() : kExitOk;
     if (!m_finished)
         m_err << "error: the upgrade was interrupted; the head may still be in its boot loader "
                  "(run the upgrade again with --retry PRODUCT)\n";
     else
         m_err << "error: " << m_sequencer.LastStatus() << "\n";
+    m_err.flush();
+    return kExitUpgradeFailed;
+}
+
+// "All done" only means that the boot loader took every chunk and the start command. The head
+// proves the upgrade when it comes back on the link and reports the package's version. A raw image
+// declares no version: then only its return is checked.
+int UpgradeCommand::Verify()
+{
+    m_out << "Waiting for the restarted head ...\n";
+    m_out.flush();
+    if (!m_session.Open())
+        return kExitUpgradeFailed;
+    const bool back = m_session.WaitFor([this] { return m_session.Identified(); }, m_verifyTimeoutMs);
+    const QString software = m_session.Software();
+    m_session.Finish();
+    if (!back) {
+        if (!m_session.Interrupted())
+            m_err << "error: the head did not come back on " << m_options.device << " within " << m_verifyTimeoutMs
+                  << " ms after the upgrade; check its power and cable, run identify, and if it stays in its boot "
+                     "loader run the upgrade again with --retry PRODUCT\n";
+        m_err.flush();
+        return kExitUpgradeFailed;
+    }
+    const CFirmwareFile &firmware = m_sequencer.Firmware();
+    if (!firmware.HasManifest()) {
+        m_out << "restarted: software " << software << " (a raw image names no version to compare)\n";
+        m_out.flush();
+        return kExitOk;
+    }
+    const QString expected = QString::fromStdString(firmware.GetVersion());
+    if (firmware.IsEqualTo(software.toStdString())) {
+        m_out << "verified: software " << software << "\n";
+        m_out.flush();
+        return kExitOk;
+    }
+    m_err << "error: after the upgrade the head reports software " << software << ", not the package's version "
+          << expected << "; the new firmware did not take, run the upgrade again\n";
     m_err.flush();
     return kExitUpgradeFailed;
 }

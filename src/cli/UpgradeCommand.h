@@ -12,10 +12,16 @@
 
 struct STRELO_PRODUCT;
 
-// lichtwart-cli upgrade FILE [--allow-raw-hex] [--upload-baud RATE] [--retry PRODUCT]: opens the
-// link, waits until the head is identified (its product decides the erase command and the address
-// width), loads the file for that product and runs the upgrade exactly as the dialog does:
-// switch-over, hand-over of the port, enquiry, erase, 32-byte writes and start.
+// lichtwart-cli upgrade FILE [--allow-raw-hex] [--upload-baud RATE] [--force] [--no-verify]
+// [--verify-timeout MS] [--retry PRODUCT]: opens the link, waits until the head is identified (its
+// product decides the erase command and the address width), loads the file for that product and
+// runs the upgrade exactly as the dialog does: switch-over, hand-over of the port, enquiry, erase,
+// 32-byte writes and start.
+//
+// Two deliberate additions guard the head. A package whose manifest names another product than the
+// head's is refused before anything is sent, unless --force is given. And after the start command
+// the head is awaited and identified again: only when it reports the package's version does the
+// command print "verified: software <version>" and succeed (--no-verify skips the check).
 //
 // With --retry the head is taken to be still in its boot loader after a failed upgrade, as the
 // dialog's Retry button assumes: no link is opened, the named product (strelo-002 or strelo-003)
@@ -31,6 +37,8 @@ public:
     static constexpr int kExitNoLink = 3;
     static constexpr int kExitFirmware = 4;
     static constexpr int kExitUpgradeFailed = 5;
+    // How long the restarted head has to come back and identify itself.
+    static constexpr int kDefaultVerifyTimeoutMs = 15000;
 
     UpgradeCommand(const CliOptions &options, QTextStream &out, QTextStream &err);
     ~UpgradeCommand() override;
@@ -45,7 +53,9 @@ private:
     bool LoadFirmware();
     int Upgrade();
     int RetryInBootLoader();
+    bool CheckProduct();
     int AwaitEnd();
+    int Verify();
     void OnLinkChanged(bool up);
     void OfferSwitchOver();
     void ReleaseLink();
@@ -57,6 +67,9 @@ private:
     bool m_allowRawHex = false;
     std::optional<int> m_uploadBaud;
     bool m_retry = false;
+    bool m_force = false;
+    bool m_verify = true;
+    int m_verifyTimeoutMs = kDefaultVerifyTimeoutMs;
 
     DeviceSession m_session;
     UpgradeSequencer m_sequencer;

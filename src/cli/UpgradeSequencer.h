@@ -6,9 +6,11 @@
 #include <QTextStream>
 
 // The upgrade procedure on a terminal: every status text becomes one plain line on the output,
-// the upload's progress becomes "progress: <done>/<total>" lines on the error stream, or a bar
-// drawn in place when that stream is a terminal. Buttons and closing have no meaning here, and
-// programming needs no confirmation: the command itself is the user's request.
+// the upload's progress becomes "progress: <done>/<total>" lines on the error stream (bytes sent,
+// as the dialog's bar counts them), or a bar drawn in place when that stream is a terminal. The
+// bar counts the bytes the boot loader has acknowledged and shows elapsed time, rate and time left.
+// Buttons and closing have no meaning here, and programming needs no confirmation: the command
+// itself is the user's request.
 class UpgradeSequencer : public CUpgradeProcedure
 {
     Q_OBJECT

@@ -5,6 +5,7 @@
 #include <archive.h>
 #include <archive_entry.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
@@ -53,6 +54,27 @@ std::uintmax_t CheckFileSize(const std::string &path)
     return size;
 }
 
+// Every archive format the library reads, except mtree: an mtree "archive" is a list of files on
+// the local disk, and reading its headers opens them (a device or a pipe named there could block or
+// leak). A firmware package is only ever the one file the user chose.
+void SupportPackageFormats(struct archive *reader)
+{
+    archive_read_support_format_7zip(reader);
+    archive_read_support_format_ar(reader);
+    archive_read_support_format_cab(reader);
+    archive_read_support_format_cpio(reader);
+    archive_read_support_format_empty(reader);
+    archive_read_support_format_iso9660(reader);
+    archive_read_support_format_lha(reader);
+    archive_read_support_format_rar(reader);
+    archive_read_support_format_rar5(reader);
+    archive_read_support_format_tar(reader);
+    archive_read_support_format_warc(reader);
+    archive_read_support_format_xar(reader);
+    archive_read_support_format_zip(reader);
+    archive_read_support_format_raw(reader);
+}
+
 std::string ErrorText(struct archive *reader)
 {
     const char *text = archive_error_string(reader);
@@ -70,8 +92,7 @@ CFirmwareArchive::CFirmwareArchive(const std::string &path)
     if (!archive || path.empty())
         FailUnreadable(path);
     archive_read_support_filter_all(archive.get());
-    archive_read_support_format_all(archive.get());
-    archive_read_support_format_raw(archive.get());
+    SupportPackageFormats(archive.get());
     if (archive_read_open_filename(archive.get(), path.c_str(), kPieceBytes) != ARCHIVE_OK)
         FailUnreadable(path);
 }
@@ -84,7 +105,7 @@ void CFirmwareArchive::ReaderFree::operator()(struct archive *reader) const
 void CFirmwareArchive::ReadMembers(ByteVector &firmware, ByteVector &manifest)
 {
     archive_entry *entry = nullptr;
-    while (archive_read_next_header(archive.get(), &entry) == ARCHIVE_OK) {
+    while (NextHeader(&entry)) {
         const char *name = archive_entry_pathname(entry);
         if (name != nullptr && std::strcmp(name, kFirmwareMember) == 0)
             ReadMember(entry, kFirmwareMember, kMaxFileBytes, firmware);
@@ -93,6 +114,47 @@ void CFirmwareArchive::ReadMembers(ByteVector &firmware, ByteVector &manifest)
         else
             SkipMember();
     }
+}
+
+// The next header, counted against the bounds on members and header bytes: a package of a
+// million empty members holds no data, yet walking it would hold the caller for minutes. A file
+// that no package format claims is read as one plain member; an mtree file list is turned away
+// there, before the walk goes any further.
+bool CFirmwareArchive::NextHeader(archive_entry **entry)
+{
+    const std::int64_t before = archive_filter_bytes(archive.get(), 0);
+    if (archive_read_next_header(archive.get(), entry) != ARCHIVE_OK)
+        return false;
+    headerBytes += std::uint64_t(std::max<std::int64_t>(0, archive_filter_bytes(archive.get(), 0) - before));
+    if (++members == 1 && archive_format(archive.get()) == ARCHIVE_FORMAT_RAW && StartsFileList())
+        throw CFirmwareException(CFirmwareException::ArchiveFormatRefused,
+                                 "'" + path + "' is a file list (mtree) that names files on this "
+                                 "computer; a firmware package must be a ZIP or tar archive");
+    if (members > kMaxMembers)
+        throw CFirmwareException(CFirmwareException::ArchiveTooManyHeaders,
+                                 "Archive '" + path + "' holds more than " +
+                                     std::to_string(kMaxMembers) +
+                                     " members; a firmware package holds two");
+    if (headerBytes > kMaxHeaderBytes)
+        throw CFirmwareException(CFirmwareException::ArchiveTooManyHeaders,
+                                 "Archive '" + path + "' has more than " + MiB(kMaxHeaderBytes) +
+                                     " of member headers; a firmware package has a few hundred bytes");
+    return true;
+}
+
+// Whether the plain member begins with the signature of an mtree file list. The list itself is
+// never read as one (the format is not enabled), so nothing it names is opened; the signature only
+// lets the refusal say what the file is. The piece looked at counts as read.
+bool CFirmwareArchive::StartsFileList()
+{
+    static constexpr char kSignature[] = "#mtree";
+    const void *block = nullptr;
+    std::size_t bytes = 0;
+    la_int64_t offset = 0;
+    if (archive_read_data_block(archive.get(), &block, &bytes, &offset) != ARCHIVE_OK)
+        return false;
+    CountUnpacked(bytes);
+    return bytes >= sizeof kSignature - 1 && std::memcmp(block, kSignature, sizeof kSignature - 1) == 0;
 }
 
 // The size a member's header declares, if it declares one; a negative size or one beyond limit

@@ -10,6 +10,10 @@
 // firmware package can sensibly be, a member that does not hold what its header declares, a
 // manifest that declares a document type (and so could expand entities), and an image without
 // any data to write.
+//
+// Code 21 keeps an image inside the address space of its records: a block that reaches past the
+// top would be written at the bottom of the flash. Codes 22 and 23 keep the archive reader to the
+// one file it was given and to the work a package of two members needs.
 class CFirmwareException : public std::exception
 {
 public:
@@ -39,6 +43,12 @@ public:
         MemberNotReadable = 19,    // "Member '<name>' of archive '<path>' cannot be read: <reason>"
         ManifestHasDocumentType = 20, // "The XML manifest must not contain a document type
                                       // declaration"
+        BlockOutsideAddressSpace = 21, // "The block at 0x<address> of <size> bytes reaches past
+                                       // the top of the <24|32>-bit address space (0x<top>) ..."
+        ArchiveFormatRefused = 22,  // "'<path>' is a file list (mtree) that names files on this
+                                    // computer ..."
+        ArchiveTooManyHeaders = 23, // "Archive '<path>' holds more than 10000 members ..." or
+                                    // "... has more than 16 MiB of member headers ..."
     };
 
     CFirmwareException(int code, std::string message);

@@ -5,11 +5,13 @@
 #include "CFirmwareException.h"
 #include "CManifestDocument.h"
 #include "CSRecordReader.h"
+#include "FirmwareAddressSpace.h"
 #include "FirmwareVersion.h"
 #include "Md5Fingerprint.h"
 
 #include <algorithm>
 #include <cctype>
+#include <cstdio>
 #include <utility>
 
 namespace {
@@ -23,11 +25,19 @@ std::string ToUpper(std::string text)
     return text;
 }
 
+std::string Hex8(std::uint64_t value)
+{
+    char text[24];
+    std::snprintf(text, sizeof text, "0x%08llX", static_cast<unsigned long long>(value));
+    return text;
+}
+
 } // namespace
 
 void CFirmwareFile::Load(const std::string &path, bool allowRawHex, bool wideAddresses)
 {
     this->wideAddresses = wideAddresses;
+    fromPackage = false;
     blocks.clear();
     RewindToFirstBlock();
     firmwareBytes.clear();
@@ -47,6 +57,7 @@ void CFirmwareFile::Load(const std::string &path, bool allowRawHex, bool wideAdd
     } else {
         ParseManifest();
         CheckFingerprint();
+        fromPackage = true;
     }
     ParseRecords();
 }
@@ -100,6 +111,26 @@ void CFirmwareFile::ParseRecords()
     if (blocks.empty())
         throw CFirmwareException(CFirmwareException::ImageEmpty,
                                  "The firmware image holds no data to write");
+    CheckAddressSpace();
+}
+
+// Deliberately stricter than the records themselves: a record may start just below the top of the
+// address space and carry data past it (and the padding of an odd block adds a byte at its end).
+// Written in chunks, the part past the top would go out with the address's high bits cut off, at
+// the bottom of the flash. Such an image is refused here, at load time, so that the dialog and
+// firmware-info show the fault before anything is erased.
+void CFirmwareFile::CheckAddressSpace() const
+{
+    for (const auto &block : blocks) {
+        if (FirmwareAddressSpace::Holds(block->address, block->data.size(), wideAddresses))
+            continue;
+        throw CFirmwareException(
+            CFirmwareException::BlockOutsideAddressSpace,
+            "Block " + Hex8(block->address) + " (" + std::to_string(block->data.size()) +
+                " bytes) reaches past the top of the " + (wideAddresses ? "32" : "24") +
+                "-bit address space at " + Hex8(FirmwareAddressSpace::Top(wideAddresses)) +
+                "; check that the image was built for this product");
+    }
 }
 
 bool CFirmwareFile::GetNextBlock(std::uint32_t maximumLength, std::uint32_t &address,
@@ -117,7 +148,8 @@ bool CFirmwareFile::GetNextBlock(std::uint32_t maximumLength, std::uint32_t &add
     const std::size_t left = block.data.size() - byteCursor;
     const std::size_t length = std::min<std::size_t>(left, maximumLength);
     const auto begin = block.data.begin() + std::ptrdiff_t(byteCursor);
-    address = block.address + std::uint32_t(byteCursor);
+    // The load keeps every block inside the address space, so the end is exact in 32 bits.
+    address = std::uint32_t(FirmwareAddressSpace::End(block.address, byteCursor));
     data.assign(begin, begin + std::ptrdiff_t(length));
     if (length == left)
         NextBlock();

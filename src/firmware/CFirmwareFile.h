@@ -23,8 +23,8 @@ public:
     // Puts an S-record text in place of the image read by Load, for ParseRecords.
     void SetFirmwareBytes(ByteVector text, bool wideAddresses);
     // Parses the image text into the block list and puts the cursor on the first block. Throws at
-    // the first bad line (the records before it stay in the list, unassembled) and for an image
-    // without any data.
+    // the first bad line (the records before it stay in the list, unassembled), for an image
+    // without any data and for a block that reaches past the top of the address space.
     void ParseRecords();
 
     // The next chunk of at most maximumLength bytes; a chunk never spans two blocks. False when
@@ -51,6 +51,9 @@ public:
     const std::string &GetPackageVersion() const { return packageVersion; }
     const ByteVector &GetFirmwareBytes() const { return firmwareBytes; }
     bool HasWideAddresses() const { return wideAddresses; }
+    // True when the last load read a package with its manifest; false for a raw image, which
+    // names no product or version.
+    bool HasManifest() const { return fromPackage; }
 
     // Shown for version, date and fingerprint of a raw image, which has no manifest.
     static constexpr const char *kUnknownForHexFile = "unknown due to hex file";
@@ -58,11 +61,13 @@ public:
 private:
     void ParseManifest();
     void CheckFingerprint() const;
+    void CheckAddressSpace() const;
     void NextBlock();
 
     ByteVector firmwareBytes;
     ByteVector manifestBytes;
     bool wideAddresses = false;
+    bool fromPackage = false;
     FirmwareBlockList blocks;
     std::size_t blockCursor = 0;
     std::size_t byteCursor = 0;

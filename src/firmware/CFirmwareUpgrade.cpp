@@ -132,15 +132,33 @@ void CFirmwareUpgrade::CheckDowngrade()
     ShowWarning(LichtwartSettings::FirmwareWarnOutdated, kTextDowngradeWarning);
 }
 
+// A package for another product is questioned first: cancelling there sends nothing at all.
 bool CFirmwareUpgrade::ConfirmProgramming()
 {
+    if (!ConfirmProduct())
+        return false;
     if (!IsWarningEnabled(LichtwartSettings::FirmwareWarnProgStart))
         return true;
+    return ConfirmWarning(LichtwartSettings::FirmwareWarnProgStart, Text(kTextProgStartWarning));
+}
+
+bool CFirmwareUpgrade::ConfirmProduct()
+{
+    if (PackageFitsProduct() || !IsWarningEnabled(LichtwartSettings::FirmwareWarnProduct))
+        return true;
+    const QString head = Product() ? QString(Product()->id) : Text(kTextUnknown);
+    return ConfirmWarning(LichtwartSettings::FirmwareWarnProduct,
+                          Text(kTextProductWarning).arg(QString::fromStdString(Firmware().GetProduct()), head));
+}
+
+// A warning that can stop programming; its show-again choice is stored only when the user goes on.
+bool CFirmwareUpgrade::ConfirmWarning(const char *key, const QString &text)
+{
     CWarningAbortDialog warning(dialog);
-    warning.SetText(Text(kTextProgStartWarning));
+    warning.SetText(text);
     if (warning.exec() != QDialog::Accepted)
         return false;
-    settings.setValue(QLatin1String(LichtwartSettings::FirmwareWarnProgStart), warning.ShowAgain());
+    settings.setValue(QLatin1String(key), warning.ShowAgain());
     return true;
 }
 

@@ -36,6 +36,12 @@ public:
         "or power off the device during programming! Any interruption of the programming sequence will "
         "leave the device in defective state.\n\nDo you really want to continue ?";
 
+    // Added to the dialog's warnings: shown before programming when the package names another
+    // product than the connected head (%1 the package's product, %2 the head's).
+    static constexpr const char *kTextProductWarning =
+        "The firmware package is made for the product '%1', but the connected device is a '%2'.\n"
+        "Firmware for another product can leave the device unusable.\n\nDo you really want to continue ?";
+
 public slots:
     // Shows the dialog in its initial state (non-blocking), then the warnings that apply.
     void ShowUpgradeDialog();
@@ -60,6 +66,8 @@ private:
     QStringList NameFilters() const;
     bool IsWarningEnabled(const char *key) const;
     void ShowWarning(const char *key, const char *text);
+    bool ConfirmWarning(const char *key, const QString &text);
+    bool ConfirmProduct();
     void CheckUploadBaudrate();
     void ShowFileDetails(const QString &version, const QString &date, const QString &md5);
     void ShowError(const char *title, const char *text, const QString &details);

@@ -1,5 +1,7 @@
 #include "COSLProtocol.h"
 
+#include "FirmwareAddressSpace.h"
+
 COSLProtocol::COSLProtocol()
 {
     // Results cross from the reader and timer threads to the user-interface thread in queued
@@ -39,7 +41,9 @@ bool COSLProtocol::EraseFlashB(std::uint32_t retries)
 bool COSLProtocol::WriteBlock(std::uint32_t address, const ByteVector &data, bool wideAddresses,
                               std::uint32_t retries)
 {
-    if (data.empty())
+    // A write that would run past the top of its address space is not sent at all: its address field
+    // would lose the high bits and the data would land at the bottom of the flash.
+    if (data.empty() || !FirmwareAddressSpace::Holds(address, data.size(), wideAddresses))
         return false;
     ByteVector field;
     for (int shift = wideAddresses ? 24 : 16; shift >= 0; shift -= 8)

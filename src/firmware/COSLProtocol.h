@@ -56,6 +56,7 @@ public:
     bool Connect(std::uint32_t retries);
     bool EraseFlashA(std::uint32_t retries);
     bool EraseFlashB(std::uint32_t retries);
+    // A write whose data would reach past the top of its address space (24 or 32 bits) is invalid.
     bool WriteBlock(std::uint32_t address, const ByteVector &data, bool wideAddresses, std::uint32_t retries);
     // Starts the programmed firmware. The boot loader does not answer, so no result follows.
     bool StartApplication();

@@ -1,6 +1,7 @@
 #include "CUpgradeProcedure.h"
 
 #include "settings/LichtwartSettings.h"
+#include "tls/CStreloProductTable.h"
 
 #include <QCoreApplication>
 #include <QMetaObject>
@@ -298,6 +299,13 @@ void CUpgradeProcedure::LoadFirmwareFile(const QString &path, bool allowRawHex)
     firmwareLoaded = false;
     firmware.Load(path.toUtf8().toStdString(), allowRawHex, UsesWideAddresses());
     firmwareLoaded = true;
+}
+
+bool CUpgradeProcedure::PackageFitsProduct() const
+{
+    if (!firmware.HasManifest())
+        return true;
+    return product && CStreloProductTable::FindById(QString::fromStdString(firmware.GetProduct())) == product;
 }
 
 bool CUpgradeProcedure::UsesWideAddresses() const

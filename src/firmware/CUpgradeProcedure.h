@@ -85,6 +85,11 @@ public:
     // no firmware loaded.
     void LoadFirmwareFile(const QString &path, bool allowRawHex);
     bool IsFirmwareLoaded() const { return firmwareLoaded; }
+    // Whether the loaded package is made for the detected product. A deliberate addition to the
+    // procedure: the manifest's product is compared with the head's (case as the product table
+    // compares), so that firmware of one product is not flashed into another by accident. A raw
+    // image names no product and always fits.
+    bool PackageFitsProduct() const;
     const CFirmwareFile &Firmware() const { return firmware; }
     const STRELO_PRODUCT *Product() const { return product; }
     bool IsConnected() const { return connected; }

@@ -26,6 +26,7 @@ const std::vector<LichtwartSettings::Entry> &LichtwartSettings::Table()
         {FirmwareWarnOutdated, QMetaType::Bool, true},
         {FirmwareWarnBaudrate, QMetaType::Bool, true},
         {FirmwareWarnProgStart, QMetaType::Bool, true},
+        {FirmwareWarnProduct, QMetaType::Bool, true},
         {FirmwareDirectory, QMetaType::QString, QString()},
         {OptionsDlgSize, QMetaType::QSize, QVariant()},
         {MainWindowSize, QMetaType::QSize, QSize(400, 400)},

@@ -34,6 +34,9 @@ public:
     static constexpr const char *FirmwareWarnOutdated = "firmware/warnings/outdated";
     static constexpr const char *FirmwareWarnBaudrate = "firmware/warnings/baudrate";
     static constexpr const char *FirmwareWarnProgStart = "firmware/warnings/progstart";
+    // Added to the firmware warnings: warn when a package names another product than the
+    // connected head's.
+    static constexpr const char *FirmwareWarnProduct = "firmware/warnings/product";
     static constexpr const char *FirmwareDirectory = "firmware/directory";
     static constexpr const char *OptionsDlgSize = "options-dlg/size";
     static constexpr const char *MainWindowSize = "mainwindow/size";

@@ -222,7 +222,7 @@ bool FirmwarePackageBuilder::WriteFilledArchive(const QString &path, Format form
     return Close(std::move(writer));
 }
 
-QByteArray FirmwarePackageBuilder::TarHeader(const QByteArray &name, qint64 size)
+QByteArray FirmwarePackageBuilder::TarHeader(const QByteArray &name, qint64 size, char type)
 {
     QByteArray header(512, '\0');
     header.replace(0, name.size(), name);
@@ -239,7 +239,7 @@ QByteArray FirmwarePackageBuilder::TarHeader(const QByteArray &name, qint64 size
         header.replace(124, 12, field);
     }
     header.replace(136, 12, QByteArray("14000000000\0", 12));
-    header[156] = '0';
+    header[156] = type;
     header.replace(257, 8, QByteArray("ustar\0" "00", 8));
     header.replace(148, 8, QByteArray(8, ' '));
     int sum = 0;

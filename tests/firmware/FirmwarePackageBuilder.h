@@ -59,8 +59,9 @@ public:
     // header leaves the size open (a ZIP member then carries it after its data).
     static bool WriteFilledArchive(const QString &path, Format format, const QString &name,
                                    qint64 size, char fill = 'S', bool declareSize = true);
-    // A tar header for a member whose header declares size (base-256 beyond the octal field).
-    static QByteArray TarHeader(const QByteArray &name, qint64 size);
+    // A tar header for a member whose header declares size (base-256 beyond the octal field), of
+    // the given type ('0' a file, 'x' a pax extended header).
+    static QByteArray TarHeader(const QByteArray &name, qint64 size, char type = '0');
     // A ZIP archive of one stored member whose headers declare declaredSize as its size.
     static QByteArray StoredZipDeclaring(const QByteArray &name, const QByteArray &data,
                                          quint32 declaredSize);

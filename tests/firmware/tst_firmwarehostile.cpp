@@ -10,7 +10,11 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
+#include <sys/inotify.h>
 #include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
 
 #include <csignal>
 #include <thread>
@@ -46,9 +50,11 @@ private slots:
     void cleanup();
     void memberDeclaringHugeSize_data();
     void memberDeclaringHugeSize();
-    void memberDeclaringNegativeSize();
     void memberHoldingMoreThanDeclared();
-    void memberHoldingLessThanDeclared();
+    void fileListIsRefusedWithoutOpeningWhatItNames();
+    void compressedFileListIsRefused();
+    void tooManyMembers();
+    void oversizedHeaders();
     void truncatedMember();
     void memberWithoutDeclaredSizeIsBounded();
     void oversizedManifest();
@@ -74,7 +80,7 @@ void TestFirmwareHostile::init()
 {
     m_dir = std::make_unique<QTemporaryDir>();
     QVERIFY(m_dir->isValid());
-    // mtree archives name files relative to the working folder; keep that folder to ourselves.
+    // mtree lists name files relative to the working folder; keep that folder to ourselves.
     m_previousDir = QDir::currentPath();
     QVERIFY(QDir::setCurrent(m_dir->path()));
 }
@@ -117,16 +123,6 @@ void TestFirmwareHostile::memberDeclaringHugeSize()
              QString("Member 'firmware.mhx' of archive '%1' is larger than 64 MiB").arg(path));
 }
 
-void TestFirmwareHostile::memberDeclaringNegativeSize()
-{
-    const QString path = Path("negative.mtree");
-    QVERIFY(Builder::WriteFile(path, "#mtree\nfirmware.mhx type=file size=-5\n"));
-    const CFirmwareException error = LoadFailure(path);
-    QCOMPARE(error.Code(), int(CFirmwareException::MemberSizeIllegal));
-    QCOMPARE(QString(error.what()),
-             QString("Member 'firmware.mhx' of archive '%1' declares an illegal size (-5 bytes)").arg(path));
-}
-
 void TestFirmwareHostile::memberHoldingMoreThanDeclared()
 {
     const QString path = Path("more.zip");
@@ -138,15 +134,79 @@ void TestFirmwareHostile::memberHoldingMoreThanDeclared()
                      "header declares").arg(path));
 }
 
-void TestFirmwareHostile::memberHoldingLessThanDeclared()
+// An mtree file list names files on this computer, and reading its headers would open them. It is
+// refused at its first header; the file it names is never opened (a watch on it sees no access).
+void TestFirmwareHostile::fileListIsRefusedWithoutOpeningWhatItNames()
 {
-    const QString path = Path("less.mtree");
-    QVERIFY(Builder::WriteFile(path, "#mtree\nfirmware.mhx type=file size=100\n"));
+    const QString named = Path("secret.mhx");
+    QVERIFY(Builder::WriteFile(named, kImage));
+    const int watch = inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
+    QVERIFY(watch >= 0);
+    QVERIFY(inotify_add_watch(watch, named.toLocal8Bit().constData(), IN_OPEN | IN_ACCESS) >= 0);
+
+    const QString path = Path("list.fwp");
+    QVERIFY(Builder::WriteFile(path, "#mtree\nfirmware.mhx type=file contents=" + named.toLocal8Bit() +
+                                         "\nmanifest.xml type=file size=100\n"));
+    for (const bool allowRawHex : {false, true}) {
+        const CFirmwareException error = LoadFailure(path, allowRawHex);
+        QCOMPARE(error.Code(), int(CFirmwareException::ArchiveFormatRefused));
+        QCOMPARE(QString(error.what()),
+                 QString("'%1' is a file list (mtree) that names files on this computer; a firmware "
+                         "package must be a ZIP or tar archive").arg(path));
+    }
+    char events[4096];
+    QCOMPARE(read(watch, events, sizeof events), ssize_t(-1));
+    QCOMPARE(errno, EAGAIN);
+    close(watch);
+}
+
+// The same list compressed is still recognised and refused.
+void TestFirmwareHostile::compressedFileListIsRefused()
+{
+    const QString path = Path("list.fwp");
+    QVERIFY(Builder::WriteArchive(path, Builder::Format::GzipOnly,
+                                  {{"list", "#mtree\nfirmware.mhx type=file size=100\n"}}));
+    QCOMPARE(LoadFailure(path).Code(), int(CFirmwareException::ArchiveFormatRefused));
+}
+
+// A package of empty members holds no data, yet walking a million of them would hold the caller.
+void TestFirmwareHostile::tooManyMembers()
+{
+    QByteArray tar;
+    for (int i = 0; i <= 10000; ++i)
+        tar += Builder::TarHeader("empty" + QByteArray::number(i), 0);
+    const QString path = Path("many.tar");
+    QVERIFY(Builder::WriteFile(path, tar + TarEnd()));
     const CFirmwareException error = LoadFailure(path);
-    QCOMPARE(error.Code(), int(CFirmwareException::MemberSizeMismatch));
+    QCOMPARE(error.Code(), int(CFirmwareException::ArchiveTooManyHeaders));
     QCOMPARE(QString(error.what()),
-             QString("Member 'firmware.mhx' of archive '%1' holds 0 bytes while its header "
-                     "declares 100").arg(path));
+             QString("Archive '%1' holds more than 10000 members; a firmware package holds two").arg(path));
+
+    // Ten thousand are still walked (and then miss the firmware).
+    tar.chop(512);
+    QVERIFY(Builder::WriteFile(path, tar + TarEnd()));
+    QCOMPARE(LoadFailure(path).Code(), int(CFirmwareException::FirmwareMissing));
+}
+
+// Few members, but each behind an extended header of 900 kB (the archive library takes up to
+// about 1 MB each): the header bytes are bounded.
+void TestFirmwareHostile::oversizedHeaders()
+{
+    const QByteArray value(900000 - 16, 'c');
+    const QByteArray record = QByteArray::number(900000) + " comment=" + value + "\n";
+    QCOMPARE(record.size(), 900000);
+    const QByteArray padding(512 - record.size() % 512, '\0');
+    QByteArray tar;
+    for (int i = 0; i < 20; ++i)
+        tar += Builder::TarHeader("pax", record.size(), 'x') + record + padding +
+               Builder::TarHeader("empty" + QByteArray::number(i), 0);
+    const QString path = Path("headers.tar");
+    QVERIFY(Builder::WriteFile(path, tar + TarEnd()));
+    const CFirmwareException error = LoadFailure(path);
+    QCOMPARE(error.Code(), int(CFirmwareException::ArchiveTooManyHeaders));
+    QCOMPARE(QString(error.what()),
+             QString("Archive '%1' has more than 16 MiB of member headers; a firmware package has a "
+                     "few hundred bytes").arg(path));
 }
 
 void TestFirmwareHostile::truncatedMember()

@@ -46,6 +46,8 @@ private slots:
     void printsWideRawImage();
     void rawImageWithoutPermission();
     void recordErrorOfWrongWidth();
+    void blockPastTopOfAddressSpace_data();
+    void blockPastTopOfAddressSpace();
     void usageErrors_data();
     void usageErrors();
 
@@ -112,6 +114,36 @@ void TestFirmwareInfoCommand::recordErrorOfWrongWidth()
     const Run run = RunCommand({path, "--wide"});
     QCOMPARE(run.exitCode, 4);
     QCOMPARE(run.err, QString("firmware error 8: Records of type 'S2' are not supported\n"));
+}
+
+void TestFirmwareInfoCommand::blockPastTopOfAddressSpace_data()
+{
+    QTest::addColumn<bool>("wide");
+    QTest::addColumn<quint32>("address");
+    QTest::addColumn<QString>("error");
+    QTest::newRow("24-bit") << false << quint32(0xFFFFF0)
+                            << "firmware error 21: Block 0x00FFFFF0 (64 bytes) reaches past the top of the 24-bit "
+                               "address space at 0x00FFFFFF; check that the image was built for this product\n";
+    QTest::newRow("32-bit") << true << quint32(0xFFFFFFF0)
+                            << "firmware error 21: Block 0xFFFFFFF0 (64 bytes) reaches past the top of the 32-bit "
+                               "address space at 0xFFFFFFFF; check that the image was built for this product\n";
+}
+
+// One record of 64 bytes just below the top: no block is listed, the image is refused.
+void TestFirmwareInfoCommand::blockPastTopOfAddressSpace()
+{
+    QFETCH(bool, wide);
+    QFETCH(quint32, address);
+    QFETCH(QString, error);
+    const QString path = Path("top.hex");
+    QVERIFY(Builder::WriteFile(path, Builder::Image({{address, Counting(64)}}, wide, 64)));
+    QStringList arguments {path, "--allow-raw-hex"};
+    if (wide)
+        arguments << "--wide";
+    const Run run = RunCommand(arguments);
+    QCOMPARE(run.exitCode, 4);
+    QCOMPARE(run.out, QString());
+    QCOMPARE(run.err, error);
 }
 
 void TestFirmwareInfoCommand::usageErrors_data()

@@ -118,6 +118,10 @@ private slots:
     void recordsAreSortedByAddress();
     void overlappingRecordsStaySeparate();
     void emptyDataRecordIsDropped();
+    void blockPastTopOfAddressSpaceIsRefused_data();
+    void blockPastTopOfAddressSpaceIsRefused();
+    void blockEndingAtTopOfAddressSpaceLoads_data();
+    void blockEndingAtTopOfAddressSpaceLoads();
     void imageWithoutDataIsRejected_data();
     void imageWithoutDataIsRejected();
     void recordsBeforeAFaultStayInTheList();
@@ -378,6 +382,64 @@ void TestFirmwareRecords::emptyDataRecordIsDropped()
     CFirmwareFile firmware;
     Parse(firmware, text, false);
     QCOMPARE(AllChunks(firmware), (QList<Chunk>{{0x1000, Counting(4)}}));
+}
+
+// A record just below the top of the address space may carry data past it; written in chunks, the
+// part past the top would land at the bottom of the flash. Such an image is refused at load time.
+void TestFirmwareRecords::blockPastTopOfAddressSpaceIsRefused_data()
+{
+    QTest::addColumn<QByteArray>("text");
+    QTest::addColumn<bool>("wideAddresses");
+    QTest::addColumn<QString>("message");
+    QTest::newRow("24-bit, 64 bytes at 0xFFFFF0")
+        << kHeader + Builder::Record('2', 0xFFFFF0, Counting(64)) + kEnd24 << false
+        << "Block 0x00FFFFF0 (64 bytes) reaches past the top of the 24-bit address space at 0x00FFFFFF; "
+           "check that the image was built for this product";
+    QTest::newRow("32-bit, 64 bytes at 0xFFFFFFF0")
+        << kHeader + Builder::Record('3', 0xFFFFFFF0, Counting(64)) + kEnd32 << true
+        << "Block 0xFFFFFFF0 (64 bytes) reaches past the top of the 32-bit address space at 0xFFFFFFFF; "
+           "check that the image was built for this product";
+    // The padding in front of an odd block adds the byte that crosses the top.
+    QTest::newRow("24-bit, one byte at the top, padded")
+        << kHeader + Builder::Record('2', 0xFFFFFF, Counting(1)) + kEnd24 << false
+        << "Block 0x00FFFFFF (2 bytes) reaches past the top of the 24-bit address space at 0x00FFFFFF; "
+           "check that the image was built for this product";
+}
+
+void TestFirmwareRecords::blockPastTopOfAddressSpaceIsRefused()
+{
+    QFETCH(QByteArray, text);
+    QFETCH(bool, wideAddresses);
+    QFETCH(QString, message);
+    const CFirmwareException error = Failure(text, wideAddresses);
+    QCOMPARE(error.Code(), int(CFirmwareException::BlockOutsideAddressSpace));
+    QCOMPARE(error.Code(), 21);
+    QCOMPARE(QString(error.what()), message);
+}
+
+void TestFirmwareRecords::blockEndingAtTopOfAddressSpaceLoads_data()
+{
+    QTest::addColumn<QByteArray>("text");
+    QTest::addColumn<bool>("wideAddresses");
+    QTest::addColumn<quint32>("address");
+    QTest::newRow("24-bit") << kHeader + Builder::Record('2', 0xFFFFF0, Counting(16)) + kEnd24 << false
+                            << quint32(0xFFFFF0);
+    QTest::newRow("32-bit") << kHeader + Builder::Record('3', 0xFFFFFFC0, Counting(64)) + kEnd32 << true
+                            << quint32(0xFFFFFFC0);
+}
+
+void TestFirmwareRecords::blockEndingAtTopOfAddressSpaceLoads()
+{
+    QFETCH(QByteArray, text);
+    QFETCH(bool, wideAddresses);
+    QFETCH(quint32, address);
+    CFirmwareFile firmware;
+    Parse(firmware, text, wideAddresses);
+    const QByteArray data = wideAddresses ? Counting(64) : Counting(16);
+    QList<Chunk> expected;
+    for (int offset = 0; offset < data.size(); offset += 32)
+        expected.append({address + quint32(offset), data.mid(offset, 32)});
+    QCOMPARE(AllChunks(firmware), expected);
 }
 
 void TestFirmwareRecords::imageWithoutDataIsRejected_data()

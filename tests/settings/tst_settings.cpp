@@ -45,7 +45,7 @@ void TestSettings::everyKeyOfTheTableOnce()
         "address/osi2", "address/osi7", "address/assign", "flasher/cycleperiod",
         "flasher/softsynccycles", "flasher/syncosi2broadcast", "flasher/syncosi7broadcast",
         "behavior/ignoreactval", "firmware/baudrate", "firmware/warnings/outdated",
-        "firmware/warnings/baudrate", "firmware/warnings/progstart", "firmware/directory",
+        "firmware/warnings/baudrate", "firmware/warnings/progstart", "firmware/warnings/product", "firmware/directory",
         "options-dlg/size", "mainwindow/size", "mainwindow/position"};
     QStringList keys;
     for (const auto &entry : LichtwartSettings::Table())
@@ -75,6 +75,7 @@ void TestSettings::emptyStoreYieldsTheDefaults_data()
     QTest::newRow("warn outdated") << "firmware/warnings/outdated" << QVariant(true) << int(QMetaType::Bool);
     QTest::newRow("warn baudrate") << "firmware/warnings/baudrate" << QVariant(true) << int(QMetaType::Bool);
     QTest::newRow("warn progstart") << "firmware/warnings/progstart" << QVariant(true) << int(QMetaType::Bool);
+    QTest::newRow("warn product") << "firmware/warnings/product" << QVariant(true) << int(QMetaType::Bool);
     QTest::newRow("firmware dir") << "firmware/directory" << QVariant(QString()) << int(QMetaType::QString);
     QTest::newRow("window size") << "mainwindow/size" << QVariant(QSize(400, 400)) << int(QMetaType::QSize);
     QTest::newRow("window position") << "mainwindow/position" << QVariant(QPoint(200, 200)) << int(QMetaType::QPoint);

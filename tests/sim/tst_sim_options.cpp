@@ -45,6 +45,7 @@ private slots:
         QCOMPARE(options.seed, FaultInjector::kDefaultSeed);
         QVERIFY(options.link.empty());
         QVERIFY(options.head.imageOut.empty());
+        QVERIFY(!options.head.softwareAfter);
     }
 
     void everyOption()
@@ -107,6 +108,7 @@ private slots:
         QVERIFY(Parse({"--osi2", "3", "--help"}, options, error) == SimOptions::Outcome::Help);
         QVERIFY(Parse({"--version"}, options, error) == SimOptions::Outcome::Version);
         QVERIFY(SimOptions::Usage().find("--image-out FILE") != std::string::npos);
+        QVERIFY(SimOptions::Usage().find("--software-after A.B.C") != std::string::npos);
     }
 
     void badValuesNameTheOption()
@@ -116,6 +118,7 @@ private slots:
         QCOMPARE(ErrorOf({"--osi7", "x"}), std::string("--osi7 needs a whole number from 1 to 254 (got 'x')"));
         QCOMPARE(ErrorOf({"--hardware", "2.1"}), std::string("--hardware needs a version A.B.C with parts from 0 to 255 (got '2.1')"));
         QCOMPARE(ErrorOf({"--software", "1.256.0"}), std::string("--software needs a version A.B.C with parts from 0 to 255 (got '1.256.0')"));
+        QCOMPARE(ErrorOf({"--software-after", "9.1"}), std::string("--software-after needs a version A.B.C with parts from 0 to 255 (got '9.1')"));
         QCOMPARE(ErrorOf({"--uid", "123"}), std::string("--uid needs 1 to 32 octets as hexadecimal digits (got '123')"));
         QCOMPARE(ErrorOf({"--defect", "blue"}), std::string("--defect takes a list of red, yellow, green and red-yellow, not 'blue' (got 'blue')"));
         QCOMPARE(ErrorOf({"--drop", "1.5"}), std::string("--drop needs a probability from 0 to 1 (got '1.5')"));
@@ -141,6 +144,9 @@ private slots:
                  std::string("--hardware/--software: the versions reply would carry 0x68 followed by 0x00 or 0x01"));
         QCOMPARE(ErrorOf({"--hardware", "2.1.104", "--software", "0.1.0"}),
                  std::string("--hardware/--software: the versions reply would carry 0x68 followed by 0x00 or 0x01"));
+        QCOMPARE(ErrorOf({"--software-after", "104.0.0"}),
+                 std::string("--hardware/--software-after: the versions reply would carry 0x68 followed by 0x00 or 0x01"));
+        QCOMPARE(ErrorOf({"--software-after", "9.1.0"}), std::string("<accepted>"));
         QCOMPARE(ErrorOf({"--uid", "AA6801BB"}), std::string("--uid must not contain the octet 68 followed by 00 or 01"));
         QCOMPARE(ErrorOf({"--uid", "AA6802BB"}), std::string("<accepted>"));
         QCOMPARE(ErrorOf({"--osi7", "104"}), std::string("<accepted>"));

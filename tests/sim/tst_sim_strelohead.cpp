@@ -175,6 +175,30 @@ private slots:
         QCOMPARE(rig.head.Software(), (Version {1, 4, 2}));
     }
 
+    // --software-after overrides the image: a head whose upgrade "did not take" keeps reporting
+    // the given version, whatever marker was flashed; without a marker the given version counts too.
+    void softwareAfterOverridesTheFlashedVersion()
+    {
+        HeadConfig config;
+        config.softwareAfter = Version {1, 4, 2};
+        Rig rig(config);
+        rig.BringUp();
+        rig.EnterBootLoader();
+        // "STRELO-SWV:1.5.0" at 0x004000.
+        COMPARE_BYTES(rig.Answer(Hex("02 13 24 00 40 00 53 54 52 45 4C 4F 2D 53 57 56 3A 31 2E 35 2E 30 8E 03")), Hex("06"));
+        QVERIFY(rig.Answer(Hex("02 00 CC 00 03")).empty());
+        QCOMPARE(rig.head.Software(), (Version {1, 4, 2}));
+
+        HeadConfig newer;
+        newer.softwareAfter = Version {9, 1, 0};
+        Rig other(newer);
+        other.BringUp();
+        other.EnterBootLoader();
+        COMPARE_BYTES(other.Answer(Hex("02 07 24 00 40 00 01 02 03 04 B6 03")), Hex("06"));
+        QVERIFY(other.Answer(Hex("02 00 CC 00 03")).empty());
+        QCOMPARE(other.head.Software(), (Version {9, 1, 0}));
+    }
+
     void aVersionThatCannotBeReportedSafelyIsNotTaken()
     {
         HeadConfig config;

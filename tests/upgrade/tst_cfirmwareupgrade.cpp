@@ -40,6 +40,10 @@ const QString kProgStartText = QStringLiteral(
     "off the device during programming! Any interruption of the programming sequence will leave the device in "
     "defective state.\n\nDo you really want to continue ?");
 
+const QString kProductText = QStringLiteral(
+    "The firmware package is made for the product 'strelo-003', but the connected device is a 'strelo-002'.\n"
+    "Firmware for another product can leave the device unusable.\n\nDo you really want to continue ?");
+
 QByteArray Counting(int count)
 {
     QByteArray data;
@@ -171,6 +175,10 @@ private slots:
     void programAskedAndContinued();
     void progstartOffStartsWithoutAsking();
     void escapeAndCloseRefusedWhileUploading();
+    void imagePastTopOfAddressSpaceShowsErrorBox();
+    void otherProductWarnedAndCancelled();
+    void otherProductWarningTickedIsNotShownAgain();
+    void sameProductIsNotQuestioned();
     void upgradeEndToEndOnScriptedBootLoader();
 
 private:
@@ -595,6 +603,93 @@ void TestCFirmwareUpgrade::escapeAndCloseRefusedWhileUploading()
     QVERIFY(dialog->IsCloseAllowed());
     Find<QPushButton>(*upgrade, "pbClose")->click();
     QVERIFY(!dialog->isVisible());
+}
+
+void TestCFirmwareUpgrade::imagePastTopOfAddressSpaceShowsErrorBox()
+{
+    auto upgrade = MakeUpgrade(true);
+    upgrade->SetStreloDevice(CStreloProductTable::FindByHardwareMajor(2));
+    upgrade->ConnectionChanged(true);
+    upgrade->ShowUpgradeDialog();
+    const QString path = m_dir->filePath("top.hex");
+    QVERIFY(FirmwarePackageBuilder::WriteFile(path, FirmwarePackageBuilder::Image({{0xFFFFF0, Counting(64)}}, false, 64)));
+    Shown box;
+    Load(*upgrade, path, {AnswerMessageBox(box)});
+    QCOMPARE(box.title, QString("Error loading firmware"));
+    QCOMPARE(box.informative, QString("Block 0x00FFFFF0 (64 bytes) reaches past the top of the 24-bit address space at "
+                                      "0x00FFFFFF; check that the image was built for this product"));
+    QVERIFY(!upgrade->IsFirmwareLoaded());
+    QVERIFY(!Find<QPushButton>(*upgrade, "pbProg")->isEnabled());
+}
+
+// A package for another product is questioned before anything is sent; Cancel sends nothing and
+// stores nothing.
+void TestCFirmwareUpgrade::otherProductWarnedAndCancelled()
+{
+    SetSetting(LichtwartSettings::FirmwareWarnOutdated, false);
+    auto upgrade = MakeUpgrade();
+    upgrade->SetStreloDevice(CStreloProductTable::FindByHardwareMajor(2));
+    upgrade->ConnectionChanged(true);
+    upgrade->ShowUpgradeDialog();
+    Load(*upgrade, WritePackage("9.0.0", "strelo-003"));
+    QVERIFY(upgrade->IsFirmwareLoaded());
+    QSignalSpy switchRequests(upgrade.get(), SIGNAL(SwitchToFirmwareUploadMode(int, int, int)));
+    Shown warning;
+    m_answerer->Expect(AbortWarning(warning));
+    Find<QPushButton>(*upgrade, "pbProg")->click();
+    QCOMPARE(warning.text, kProductText);
+    QCOMPARE(m_answerer->Seen(), (QStringList {"QFileDialog", "CWarningAbortDialog"}));
+    QCOMPARE(switchRequests.size(), 0);
+    QCOMPARE(upgrade->UpgradeStateValue(), int(CUpgradeProcedure::UPGRADE_READY));
+    QCOMPARE(Setting(LichtwartSettings::FirmwareWarnProduct), QVariant());
+}
+
+void TestCFirmwareUpgrade::otherProductWarningTickedIsNotShownAgain()
+{
+    SetSetting(LichtwartSettings::FirmwareWarnOutdated, false);
+    SetSetting(LichtwartSettings::FirmwareWarnProgStart, false);
+    const QString package = WritePackage("9.0.0", "strelo-003");
+    {
+        auto upgrade = MakeUpgrade();
+        upgrade->SetStreloDevice(CStreloProductTable::FindByHardwareMajor(2));
+        upgrade->ConnectionChanged(true);
+        upgrade->ShowUpgradeDialog();
+        Load(*upgrade, package);
+        QSignalSpy switchRequests(upgrade.get(), SIGNAL(SwitchToFirmwareUploadMode(int, int, int)));
+        Shown warning;
+        m_answerer->Expect(AnswerWarning(warning, true));
+        upgrade->Program();
+        QCOMPARE(warning.text, kProductText);
+        QCOMPARE(switchRequests.size(), 1);
+        QCOMPARE(Setting(LichtwartSettings::FirmwareWarnProduct).toBool(), false);
+        upgrade->SwitchModeFailed();
+    }
+    auto upgrade = MakeUpgrade();
+    upgrade->SetStreloDevice(CStreloProductTable::FindByHardwareMajor(2));
+    upgrade->ConnectionChanged(true);
+    upgrade->ShowUpgradeDialog();
+    Load(*upgrade, package);
+    QSignalSpy switchRequests(upgrade.get(), SIGNAL(SwitchToFirmwareUploadMode(int, int, int)));
+    upgrade->Program();
+    QCOMPARE(switchRequests.size(), 1);
+    QCOMPARE(m_answerer->Seen(), (QStringList {"QFileDialog", "CWarningAbortDialog", "QFileDialog"}));
+    upgrade->SwitchModeFailed();
+}
+
+void TestCFirmwareUpgrade::sameProductIsNotQuestioned()
+{
+    SetSetting(LichtwartSettings::FirmwareWarnOutdated, false);
+    SetSetting(LichtwartSettings::FirmwareWarnProgStart, false);
+    auto upgrade = MakeUpgrade();
+    upgrade->SetStreloDevice(CStreloProductTable::FindByHardwareMajor(2));
+    upgrade->ConnectionChanged(true);
+    upgrade->ShowUpgradeDialog();
+    Load(*upgrade, WritePackage("9.0.0", "STRELO-002"));
+    QSignalSpy switchRequests(upgrade.get(), SIGNAL(SwitchToFirmwareUploadMode(int, int, int)));
+    upgrade->Program();
+    QCOMPARE(switchRequests.size(), 1);
+    QCOMPARE(m_answerer->Seen(), QStringList {"QFileDialog"});
+    upgrade->SwitchModeFailed();
 }
 
 void TestCFirmwareUpgrade::upgradeEndToEndOnScriptedBootLoader()

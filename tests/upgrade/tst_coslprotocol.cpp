@@ -59,6 +59,8 @@ private slots:
     void requestOnClosedPortSendsNothing();
     void openMissingDeviceFails();
     void emptyWriteIsRefused();
+    void writePastTopOfAddressSpaceIsRefused();
+    void writeEndingAtTopOfAddressSpaceIsSent();
     void ackMeetingTheTimeOutGivesOneResult();
     void ackAroundTheTimeOutOnTheLine();
     void lostDeviceStillEndsTheRequest();
@@ -351,6 +353,34 @@ void TestCOSLProtocol::emptyWriteIsRefused()
     QVERIFY(!protocol.WriteBlock(0x4000, {}, true, 3));
     QCOMPARE(protocol.CurrentState(), COSLProtocol::StateIdle);
     QCOMPARE(pty.ReadFor(200), QByteArray());
+}
+
+// The address field keeps only the low bits: a write crossing the top would land at the bottom of
+// the flash, so it is not sent at all.
+void TestCOSLProtocol::writePastTopOfAddressSpaceIsRefused()
+{
+    PtyPair pty;
+    RecordingProtocol protocol;
+    QVERIFY(OpenOn(protocol, pty));
+    QVERIFY(!protocol.WriteBlock(0xFFFFF0, Counting(0, 32), false, 3));
+    QVERIFY(!protocol.WriteBlock(0x1000000, Counting(0, 2), false, 3));
+    QVERIFY(!protocol.WriteBlock(0xFFFFFFF0, Counting(0, 32), true, 3));
+    QCOMPARE(protocol.CurrentState(), COSLProtocol::StateIdle);
+    QCOMPARE(pty.ReadFor(200), QByteArray());
+}
+
+void TestCOSLProtocol::writeEndingAtTopOfAddressSpaceIsSent()
+{
+    PtyPair pty;
+    RecordingProtocol protocol;
+    QVERIFY(OpenOn(protocol, pty));
+    const ByteVector data = Counting(0, 32);
+    QVERIFY(protocol.WriteBlock(0xFFFFE0, data, false, 3));
+    // 0xFF + 0xFF + 0xE0 = 0x2DE, plus 0x1F0 of the data gives 0x4CE: checksum 0x32.
+    const QByteArray expected = QByteArray::fromHex("022324ffffe0") + Bytes(data) + QByteArray::fromHex("3203");
+    QCOMPARE(pty.Read(40, 3000).toHex(' '), expected.toHex(' '));
+    QVERIFY(pty.Write(QByteArray::fromHex("06")));
+    QVERIFY(protocol.WaitForResults(1, 5000));
 }
 
 void TestCOSLProtocol::ackMeetingTheTimeOutGivesOneResult()

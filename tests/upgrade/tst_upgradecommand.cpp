@@ -30,6 +30,9 @@ const QStringList kStatusLines {
     "All done, please close this window now",
 };
 
+// What follows the status lines of a successful run: the restarted head proves the new version.
+const QStringList kVerifiedLines {"Waiting for the restarted head ...", "verified: software 9.1.0"};
+
 struct CommandResult
 {
     int exitCode = -1;
@@ -71,10 +74,18 @@ private slots:
     void uploadBaudOptionTellsTheHead();
     void rawHexFileWhenAllowed();
     void lineCutMidUploadFailsAndRetryCompletes();
+    void imagePastTopOfAddressSpaceIsNeverSent_data();
+    void imagePastTopOfAddressSpaceIsNeverSent();
+    void otherProductIsRefusedUnlessForced();
+    void otherProductIsRefusedInRetry();
+    void headKeepingItsOldVersionFailsVerification();
+    void noVerifySkipsTheCheck();
 
 private:
     CommandResult Run(const QStringList &arguments);
     QString WritePackage(bool wide, const QList<FirmwarePackageBuilder::Block> &blocks);
+    // A package that names product but holds records of the given width.
+    QString WritePackageFor(const QByteArray &product, bool wide, const QList<FirmwarePackageBuilder::Block> &blocks);
     // The simulator's log lines that match, from the start of the run.
     QStringList SimLines(SimProcess &sim, const QString &pattern);
 
@@ -112,6 +123,22 @@ QString TestUpgradeCommand::WritePackage(bool wide, const QList<FirmwarePackageB
     return path;
 }
 
+QString TestUpgradeCommand::WritePackageFor(const QByteArray &product, bool wide,
+                                            const QList<FirmwarePackageBuilder::Block> &blocks)
+{
+    const QByteArray image = FirmwarePackageBuilder::Image(blocks, wide);
+    FirmwarePackageBuilder::Manifest manifest;
+    manifest.product = product;
+    manifest.version = "9.1.0";
+    manifest.md5 = FirmwarePackageBuilder::Md5(image);
+    const QString path = m_dir->filePath(QString::fromLatin1(product) + ".fwp");
+    if (!FirmwarePackageBuilder::WriteArchive(path, FirmwarePackageBuilder::Format::Zip,
+                                              {{"manifest.xml", FirmwarePackageBuilder::ManifestXml(manifest)},
+                                               {"firmware.mhx", image}}))
+        return QString();
+    return path;
+}
+
 QStringList TestUpgradeCommand::SimLines(SimProcess &sim, const QString &pattern)
 {
     return sim.Matching(QRegularExpression(pattern), 0, sim.LineCount());
@@ -135,6 +162,8 @@ void TestUpgradeCommand::usageErrors_data()
     QTest::newRow("baud missing") << QStringList {"a.fwp", "--upload-baud"} << "--upload-baud takes a baud rate";
     QTest::newRow("baud not a number") << QStringList {"a.fwp", "--upload-baud", "fast"} << "--upload-baud takes a baud rate";
     QTest::newRow("retry without product") << QStringList {"a.fwp", "--retry"} << "--retry takes the product";
+    QTest::newRow("verify timeout missing") << QStringList {"a.fwp", "--verify-timeout"} << "--verify-timeout takes a time";
+    QTest::newRow("verify timeout zero") << QStringList {"a.fwp", "--verify-timeout", "0"} << "--verify-timeout takes a time";
     QTest::newRow("retry unknown product") << QStringList {"a.fwp", "--retry", "strelo-001"} << "--retry takes the product";
 }
 
@@ -194,7 +223,7 @@ void TestUpgradeCommand::strelo002EndToEnd()
     QVERIFY(sim.Start({"--hardware", "2.3.0", "--software", "1.4.2", "--image-out", imageOut}));
     const CommandResult result = Run({"--device", sim.DevicePath(), "upgrade", package});
     QVERIFY2(result.exitCode == 0, qPrintable(result.err));
-    QCOMPARE(result.OutLines(), kStatusLines);
+    QCOMPARE(result.OutLines(), kStatusLines + kVerifiedLines);
 
     // The flashed memory holds exactly the package's blocks.
     QCOMPARE(FlashImage::Read(imageOut), FlashImage::PackageBlocks(package, false));
@@ -223,7 +252,7 @@ void TestUpgradeCommand::strelo003EndToEnd()
     QVERIFY(sim.Start({"--hardware", "3.0.1", "--image-out", imageOut}));
     const CommandResult result = Run({"--device", sim.DevicePath(), "upgrade", package});
     QVERIFY2(result.exitCode == 0, qPrintable(result.err));
-    QCOMPARE(result.OutLines(), kStatusLines);
+    QCOMPARE(result.OutLines(), kStatusLines + kVerifiedLines);
     QCOMPARE(FlashImage::Read(imageOut), FlashImage::PackageBlocks(package, true));
     QVERIFY(!SimLines(sim, "boot rx frame CMD=AB").isEmpty());
     QVERIFY(!SimLines(sim, "boot rx frame CMD=32").isEmpty());
@@ -235,7 +264,7 @@ void TestUpgradeCommand::uploadBaudOptionTellsTheHead()
     QSettings().setValue(LichtwartSettings::FirmwareBaudrate, 57600);
     const QString package = WritePackage(false, {{0x4000, QByteArray(40, 'a')}});
     SimProcess sim;
-    QVERIFY(sim.Start({}));
+    QVERIFY(sim.Start({"--software-after", "9.1.0"}));
     CommandResult result = Run({"--device", sim.DevicePath(), "upgrade", package, "--upload-baud", "19200"});
     QVERIFY2(result.exitCode == 0, qPrintable(result.err));
     QVERIFY(!SimLines(sim, "upload-mode PORT=0 BAUD=4 FEATURES=31").isEmpty());
@@ -261,6 +290,8 @@ void TestUpgradeCommand::rawHexFileWhenAllowed()
 
     result = Run({"--device", sim.DevicePath(), "upgrade", path, "--allow-raw-hex"});
     QVERIFY2(result.exitCode == 0, qPrintable(result.err));
+    // A raw image declares no version: only the head's return is checked.
+    QCOMPARE(result.OutLines().last(), QString("restarted: software 1.4.2 (a raw image names no version to compare)"));
     QCOMPARE(FlashImage::Read(imageOut), (FlashImage::Runs {{0x4000, QByteArray(70, 'r')}}));
 }
 
@@ -272,7 +303,7 @@ void TestUpgradeCommand::lineCutMidUploadFailsAndRetryCompletes()
     SimProcess sim;
     // Each answer takes 20 ms, so the 64 chunks last over a second and the cut reliably falls
     // inside the upload, however fast the machine.
-    QVERIFY(sim.Start({"--image-out", imageOut, "--latency", "20"}));
+    QVERIFY(sim.Start({"--image-out", imageOut, "--latency", "20", "--software-after", "9.1.0"}));
     LineRelay line(sim.DevicePath());
     QVERIFY(line.IsValid());
 
@@ -296,8 +327,106 @@ void TestUpgradeCommand::lineCutMidUploadFailsAndRetryCompletes()
     line.SetCut(false);
     const CommandResult retried = Run({"--device", line.Path(), "upgrade", package, "--retry", "strelo-002"});
     QVERIFY2(retried.exitCode == 0, qPrintable(retried.err));
-    QCOMPARE(retried.OutLines(), QStringList {"Trying to reconnect ..."} + kStatusLines.mid(3));
+    QCOMPARE(retried.OutLines(), QStringList {"Trying to reconnect ..."} + kStatusLines.mid(3) + kVerifiedLines);
     QCOMPARE(FlashImage::Read(imageOut), FlashImage::PackageBlocks(package, false));
+}
+
+// An image one of whose blocks runs past the top of the address space is refused when it is loaded:
+// the head is never asked to switch to its boot loader, and with --retry nothing at all is sent.
+void TestUpgradeCommand::imagePastTopOfAddressSpaceIsNeverSent_data()
+{
+    QTest::addColumn<QString>("hardware");
+    QTest::addColumn<bool>("wide");
+    QTest::addColumn<quint32>("address");
+    QTest::addColumn<QString>("product");
+    QTest::addColumn<QString>("message");
+    QTest::newRow("24-bit") << "2.1.0" << false << quint32(0xFFFFF0) << "strelo-002"
+                            << "firmware error 21: Block 0x00FFFFF0 (64 bytes) reaches past the top of the 24-bit "
+                               "address space at 0x00FFFFFF; check that the image was built for this product";
+    QTest::newRow("32-bit") << "3.0.1" << true << quint32(0xFFFFFFF0) << "strelo-003"
+                            << "firmware error 21: Block 0xFFFFFFF0 (64 bytes) reaches past the top of the 32-bit "
+                               "address space at 0xFFFFFFFF; check that the image was built for this product";
+}
+
+void TestUpgradeCommand::imagePastTopOfAddressSpaceIsNeverSent()
+{
+    QFETCH(QString, hardware);
+    QFETCH(bool, wide);
+    QFETCH(quint32, address);
+    QFETCH(QString, product);
+    QFETCH(QString, message);
+    const QString path = m_dir->filePath("top.hex");
+    QVERIFY(FirmwarePackageBuilder::WriteFile(path, FirmwarePackageBuilder::Image({{address, QByteArray(64, 't')}}, wide, 64)));
+    SimProcess sim;
+    QVERIFY(sim.Start({"--hardware", hardware}));
+    CommandResult result = Run({"--device", sim.DevicePath(), "upgrade", path, "--allow-raw-hex"});
+    QCOMPARE(result.exitCode, 4);
+    QCOMPARE(result.ErrLines(), QStringList {message});
+    QVERIFY(SimLines(sim, "upload-mode").isEmpty());
+
+    const int before = sim.LineCount();
+    result = Run({"--device", sim.DevicePath(), "upgrade", path, "--allow-raw-hex", "--retry", product});
+    QCOMPARE(result.exitCode, 4);
+    QCOMPARE(result.ErrLines(), QStringList {message});
+    QVERIFY(result.out.isEmpty());
+    QCOMPARE(sim.LineCount(), before);
+}
+
+void TestUpgradeCommand::otherProductIsRefusedUnlessForced()
+{
+    // A strelo-003 package, but with the 24-bit records a strelo-002 head loads.
+    const QString package = WritePackageFor("strelo-003", false, TwoBlocks(0x004000));
+    SimProcess sim;
+    QVERIFY(sim.Start({"--hardware", "2.1.0"}));
+    CommandResult result = Run({"--device", sim.DevicePath(), "upgrade", package});
+    QCOMPARE(result.exitCode, 5);
+    QCOMPARE(result.ErrLines(),
+             QStringList {"error: the package is made for strelo-003, but the head on " + sim.DevicePath() +
+                          " is a strelo-002; nothing was sent. Use the package for strelo-002, or add --force if "
+                          "you are sure"});
+    QVERIFY(result.out.isEmpty());
+    QVERIFY(SimLines(sim, "upload-mode").isEmpty());
+
+    result = Run({"--device", sim.DevicePath(), "upgrade", package, "--force"});
+    QVERIFY2(result.exitCode == 0, qPrintable(result.err));
+    QVERIFY(result.ErrLines().contains("warning: the package is made for strelo-003, the head is a strelo-002; "
+                                       "flashing it anyway (--force)"));
+    QCOMPARE(result.OutLines(), kStatusLines + kVerifiedLines);
+}
+
+void TestUpgradeCommand::otherProductIsRefusedInRetry()
+{
+    const QString package = WritePackageFor("strelo-002", true, TwoBlocks(0x00080000));
+    SimProcess sim;
+    QVERIFY(sim.Start({}));
+    const int before = sim.LineCount();
+    const CommandResult result = Run({"--device", sim.DevicePath(), "upgrade", package, "--retry", "strelo-003"});
+    QCOMPARE(result.exitCode, 5);
+    QVERIFY2(result.err.startsWith("error: the package is made for strelo-002, but the head on "), qPrintable(result.err));
+    QCOMPARE(sim.LineCount(), before);
+}
+
+void TestUpgradeCommand::headKeepingItsOldVersionFailsVerification()
+{
+    const QString package = WritePackage(false, TwoBlocks(0x004000));
+    SimProcess sim;
+    QVERIFY(sim.Start({"--software", "1.4.2", "--software-after", "1.4.2"}));
+    const CommandResult result = Run({"--device", sim.DevicePath(), "upgrade", package});
+    QCOMPARE(result.exitCode, 5);
+    QCOMPARE(result.OutLines(), kStatusLines + QStringList {"Waiting for the restarted head ..."});
+    QCOMPARE(result.ErrLines().last(),
+             QString("error: after the upgrade the head reports software 1.4.2, not the package's version 9.1.0; "
+                     "the new firmware did not take, run the upgrade again"));
+}
+
+void TestUpgradeCommand::noVerifySkipsTheCheck()
+{
+    const QString package = WritePackage(false, TwoBlocks(0x004000));
+    SimProcess sim;
+    QVERIFY(sim.Start({"--software-after", "1.4.2"}));
+    const CommandResult result = Run({"--device", sim.DevicePath(), "upgrade", package, "--no-verify"});
+    QVERIFY2(result.exitCode == 0, qPrintable(result.err));
+    QCOMPARE(result.OutLines(), kStatusLines);
 }
 
 QTEST_GUILESS_MAIN(TestUpgradeCommand)
