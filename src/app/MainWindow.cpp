@@ -87,10 +87,23 @@ void MainWindow::ConnectActions()
     connect(ui->actionFSync, &QAction::triggered, this, &MainWindow::FlasherSyncDialogOpen);
     connect(ui->actionSetOSI2Address, &QAction::triggered, this, &MainWindow::SetOSI2Address);
     connect(ui->actionUpgradeFirmware, &QAction::triggered, this, &MainWindow::UpgradeFirmware);
-    connect(ui->actionCaptureLine, &QAction::toggled, this, &MainWindow::CaptureLine);
+    CreateCaptureAction();
     // The user's Disconnect ends a capture; the upgrade's hand-over of the port does not, so the
     // boot loader's bytes are recorded too.
     connect(ui->actionDisconnect, &QAction::triggered, this, &MainWindow::StopCapture);
+}
+
+// The line capture is an addition of this program's own: its action is made here, after the
+// window's own actions, and sits in the File menu above Exit.
+void MainWindow::CreateCaptureAction()
+{
+    m_captureAction = new QAction(tr("Capture Line to File..."), this);
+    m_captureAction->setObjectName(QStringLiteral("actionCaptureLine"));
+    m_captureAction->setCheckable(true);
+    m_captureAction->setToolTip(tr("Record every byte on the serial line into a file that Wireshark opens"));
+    ui->menuExit->insertAction(ui->actionExit, m_captureAction);
+    ui->menuExit->insertSeparator(ui->actionExit);
+    connect(m_captureAction, &QAction::toggled, this, &MainWindow::CaptureLine);
 }
 
 void MainWindow::CreateStatusWidgets()
@@ -397,8 +410,8 @@ void MainWindow::CaptureLine(bool bOn)
     const QString path = QFileDialog::getSaveFileName(this, tr("Capture Line to File"), QString(),
                                                       tr("Line captures (*.pcap)"));
     if (path.isEmpty() || !StartCapture(path)) {
-        const QSignalBlocker blocker(ui->actionCaptureLine);
-        ui->actionCaptureLine->setChecked(false);
+        const QSignalBlocker blocker(m_captureAction);
+        m_captureAction->setChecked(false);
     }
 }
 
@@ -416,8 +429,8 @@ bool MainWindow::StartCapture(const QString &qstrPath)
     m_capture = capture;
     CAsync::SetLineTap(capture);
     {
-        const QSignalBlocker blocker(ui->actionCaptureLine);
-        ui->actionCaptureLine->setChecked(true);
+        const QSignalBlocker blocker(m_captureAction);
+        m_captureAction->setChecked(true);
     }
     ShowCaptureSize(capture->Size());
     m_captureIndicator->show();
@@ -433,8 +446,8 @@ void MainWindow::StopCapture()
     m_capture->Stop();
     m_capture.reset();
     if (ui) {
-        const QSignalBlocker blocker(ui->actionCaptureLine);
-        ui->actionCaptureLine->setChecked(false);
+        const QSignalBlocker blocker(m_captureAction);
+        m_captureAction->setChecked(false);
     }
     if (m_captureIndicator)
         m_captureIndicator->hide();

@@ -20,6 +20,7 @@ class CFirmwareUpgrade;
 class CMultiColumnListModel;
 class CTrafficLightController;
 class DeviceMaintenance;
+class QAction;
 class QLabel;
 
 // The program's only top-level window: every user command as an action in the menus and the tool
@@ -90,6 +91,7 @@ private:
     void FitTraceColumns();
     void SaveGeometry();
     void ReleaseResources();
+    void CreateCaptureAction();
     void CaptureFailed(const QString &qstrMessage);
     void ShowCaptureSize(qint64 nBytes);
 
@@ -106,6 +108,7 @@ private:
     CCopy2ClipboardLabel *m_uidLabel = nullptr;
     QLabel *m_versionLabel = nullptr;
     QLabel *m_connectionLabel = nullptr;
+    QAction *m_captureAction = nullptr; // File > Capture Line to File...
     QWidget *m_captureIndicator = nullptr; // shown while a capture runs
     QLabel *m_captureLabel = nullptr;
     std::shared_ptr<CLineCapture> m_capture;
