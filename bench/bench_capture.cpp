@@ -119,6 +119,8 @@ void Session(const char *name, int seconds, const QString &capturePath)
 int main(int argc, char *argv[])
 {
     QCoreApplication app(argc, argv);
+    if (qEnvironmentVariableIsEmpty("LICHTWART_BIN_DIR"))
+        qputenv("LICHTWART_BIN_DIR", QCoreApplication::applicationDirPath().toUtf8() + "/../bin");
     const int seconds = qEnvironmentVariableIsSet("BENCH_CAPTURE_SECONDS") ? qEnvironmentVariableIntValue("BENCH_CAPTURE_SECONDS") : 60;
     QTemporaryDir dir;
     Session("capture off", seconds, QString());
