@@ -71,7 +71,7 @@ double CpuSeconds()
 void Session(const char *name, int seconds, const QString &capturePath)
 {
     SimProcess sim;
-    if (!sim.Start({"--baud", "115200"})) {
+    if (!sim.Start({})) {
         std::printf("%s: strelo-sim did not start\n", name);
         return;
     }
