@@ -80,6 +80,7 @@ private slots:
     void anUpgradeKeepsTheBootLoaderBytes();
     void injectedFaultsAreKept();
     void aFullCaptureFileLeavesTheLinkUp();
+    void aCaptureFileThatCannotBeCreatedStopsTheRun();
 
 private:
     CliResult Run(const QStringList &arguments, int timeoutMs = 60000);
@@ -252,6 +253,17 @@ void TestCaptureSim::aFullCaptureFileLeavesTheLinkUp()
     const int pollsAfter = lines.mid(at).filter(QRegularExpression(QStringLiteral("^TX\t.*\tRQD3\t"))).size();
     QVERIFY2(pollsAfter >= 4, qPrintable(result.err));
     QVERIFY(!result.out.contains(QStringLiteral("link: down")));
+}
+
+void TestCaptureSim::aCaptureFileThatCannotBeCreatedStopsTheRun()
+{
+    const CliResult result = Run({"--device", "/dev/null", "--capture", "/nonexistent-folder/x.pcap", "identify"});
+    QCOMPARE(result.exitCode, 2);
+    QCOMPARE(result.err, QStringLiteral("error: The capture file /nonexistent-folder/x.pcap could not be created (No "
+                                        "such file or directory). Choose a folder you may write to.\n"));
+    const CliResult empty = Run({"--capture", "", "identify"});
+    QCOMPARE(empty.exitCode, 2);
+    QVERIFY(empty.err.startsWith(QStringLiteral("lichtwart-cli: --capture needs the name of the file to write\n")));
 }
 
 QTEST_GUILESS_MAIN(TestCaptureSim)
