@@ -6,6 +6,8 @@
 #include "app/CCopy2ClipboardLabel.h"
 #include "app/FindDeviceDialog.h"
 #include "app/OptionsDialog.h"
+#include "capture/CLineCapture.h"
+#include "comm/CAsync.h"
 #include "controller/CTrafficLightController.h"
 #include "controller/DeviceMaintenance.h"
 #include "firmware/CFirmwareUpgrade.h"
@@ -15,6 +17,9 @@
 #include "trace/CTraceFormat.h"
 
 #include <QCloseEvent>
+#include <QFileDialog>
+#include <QHBoxLayout>
+#include <QLocale>
 #include <QHeaderView>
 #include <QLabel>
 #include <QMessageBox>
@@ -84,6 +89,23 @@ void MainWindow::ConnectActions()
     connect(ui->actionSetOSI2Address, &QAction::triggered, this, &MainWindow::SetOSI2Address);
     connect(ui->actionUpgradeFirmware, &QAction::triggered, this, &MainWindow::UpgradeFirmware);
     connect(ui->actionFindDevice, &QAction::triggered, this, &MainWindow::FindDevice);
+    CreateCaptureAction();
+    // The user's Disconnect ends a capture; the upgrade's hand-over of the port does not, so the
+    // boot loader's bytes are recorded too.
+    connect(ui->actionDisconnect, &QAction::triggered, this, &MainWindow::StopCapture);
+}
+
+// The line capture is an addition of this program's own: its action is made here, after the
+// window's own actions, and sits in the File menu above Exit.
+void MainWindow::CreateCaptureAction()
+{
+    m_captureAction = new QAction(tr("Capture Line to File..."), this);
+    m_captureAction->setObjectName(QStringLiteral("actionCaptureLine"));
+    m_captureAction->setCheckable(true);
+    m_captureAction->setToolTip(tr("Record every byte on the serial line into a file that Wireshark opens"));
+    ui->menuExit->insertAction(ui->actionExit, m_captureAction);
+    ui->menuExit->insertSeparator(ui->actionExit);
+    connect(m_captureAction, &QAction::toggled, this, &MainWindow::CaptureLine);
 }
 
 void MainWindow::CreateStatusWidgets()
@@ -94,6 +116,16 @@ void MainWindow::CreateStatusWidgets()
     statusBar()->addPermanentWidget(m_uidLabel, 1);
     statusBar()->addPermanentWidget(m_versionLabel, 0);
     statusBar()->addPermanentWidget(m_connectionLabel, 0);
+
+    m_captureIndicator = new QWidget();
+    m_captureIndicator->setObjectName(QStringLiteral("captureIndicator"));
+    auto *layout = new QHBoxLayout(m_captureIndicator);
+    layout->setContentsMargins(0, 0, 0, 0);
+    m_captureLabel = new QLabel();
+    m_captureLabel->setObjectName(QStringLiteral("captureLabel"));
+    layout->addWidget(m_captureLabel);
+    statusBar()->addPermanentWidget(m_captureIndicator, 0);
+    m_captureIndicator->hide();
 }
 
 void MainWindow::ShowConnectionState(bool bConnected)
@@ -378,6 +410,75 @@ void MainWindow::SetUID(const QString qstrUID)
     m_uidLabel->setText(QStringLiteral("UID: ") + qstrUID);
 }
 
+void MainWindow::CaptureLine(bool bOn)
+{
+    if (!bOn) {
+        StopCapture();
+        return;
+    }
+    if (m_capture)
+        return;
+    const QString path = QFileDialog::getSaveFileName(this, tr("Capture Line to File"), QString(),
+                                                      tr("Line captures (*.pcap)"));
+    if (path.isEmpty() || !StartCapture(path)) {
+        const QSignalBlocker blocker(m_captureAction);
+        m_captureAction->setChecked(false);
+    }
+}
+
+bool MainWindow::StartCapture(const QString &qstrPath)
+{
+    StopCapture();
+    auto capture = std::make_shared<CLineCapture>();
+    if (!capture->Start(qstrPath)) {
+        QMessageBox box(QMessageBox::Warning, tr("Line capture failed"), capture->ErrorText(), QMessageBox::Ok, this);
+        box.exec();
+        return false;
+    }
+    connect(capture.get(), &CLineCapture::SizeChanged, this, &MainWindow::ShowCaptureSize, Qt::QueuedConnection);
+    connect(capture.get(), &CLineCapture::Failed, this, &MainWindow::CaptureFailed, Qt::QueuedConnection);
+    m_capture = capture;
+    CAsync::SetLineTap(capture);
+    {
+        const QSignalBlocker blocker(m_captureAction);
+        m_captureAction->setChecked(true);
+    }
+    ShowCaptureSize(capture->Size());
+    m_captureIndicator->show();
+    return true;
+}
+
+void MainWindow::StopCapture()
+{
+    if (!m_capture)
+        return;
+    CAsync::SetLineTap(nullptr);
+    m_capture->disconnect(this);
+    m_capture->Stop();
+    m_capture.reset();
+    if (ui) {
+        const QSignalBlocker blocker(m_captureAction);
+        m_captureAction->setChecked(false);
+    }
+    if (m_captureIndicator)
+        m_captureIndicator->hide();
+}
+
+void MainWindow::CaptureFailed(const QString &qstrMessage)
+{
+    StopCapture();
+    // Not modal: the link and the trace go on while the user reads it.
+    auto *box = new QMessageBox(QMessageBox::Warning, tr("Line capture stopped"), qstrMessage, QMessageBox::Ok, this);
+    box->setAttribute(Qt::WA_DeleteOnClose);
+    box->open();
+}
+
+void MainWindow::ShowCaptureSize(qint64 nBytes)
+{
+    if (m_capture)
+        m_captureLabel->setText(tr("Capturing: %1").arg(QLocale().formattedDataSize(nBytes)));
+}
+
 void MainWindow::closeEvent(QCloseEvent *event)
 {
     if (ui) {
@@ -398,6 +499,7 @@ void MainWindow::SaveGeometry()
 void MainWindow::ReleaseResources()
 {
     m_traceColumnFit.stop();
+    StopCapture();
     delete ui;
     ui = nullptr;
     delete m_connectionLabel;
@@ -406,6 +508,9 @@ void MainWindow::ReleaseResources()
     m_versionLabel = nullptr;
     delete m_uidLabel;
     m_uidLabel = nullptr;
+    delete m_captureIndicator;
+    m_captureIndicator = nullptr;
+    m_captureLabel = nullptr;
     if (m_controller)
         m_controller->ShutDown();
     delete m_controller;

@@ -8,16 +8,19 @@
 #include <QTimer>
 
 #include <functional>
+#include <memory>
 
 namespace Ui {
 class MainWindow;
 }
 
 class CCopy2ClipboardLabel;
+class CLineCapture;
 class CFirmwareUpgrade;
 class CMultiColumnListModel;
 class CTrafficLightController;
 class DeviceMaintenance;
+class QAction;
 class QLabel;
 
 // The program's only top-level window: every user command as an action in the menus and the tool
@@ -36,6 +39,8 @@ public:
 
     CTrafficLightController *Controller() const { return m_controller; }
     CFirmwareUpgrade *FirmwareUpgrade() const { return m_firmwareUpgrade; }
+    // The running line capture, or null.
+    CLineCapture *LineCapture() const { return m_capture.get(); }
 
 public slots:
     void About();
@@ -62,6 +67,12 @@ public slots:
     void SetStreloVersion(int nHWVMajor, int nHWVMinor, int nHWVRevision, int nSWVMajor, int nSWVMinor,
                           int nSWVRelease);
     void SetUID(const QString qstrUID);
+    // File > Capture Line to File...: checked asks for a file and records the line into it,
+    // unchecked ends the recording. Disconnect and exit end it too.
+    void CaptureLine(bool bOn);
+    // Starts recording the line into the file; false (with a message box) when it cannot be made.
+    bool StartCapture(const QString &qstrPath);
+    void StopCapture();
 
 protected:
     void closeEvent(QCloseEvent *event) override;
@@ -81,6 +92,9 @@ private:
     void FitTraceColumns();
     void SaveGeometry();
     void ReleaseResources();
+    void CreateCaptureAction();
+    void CaptureFailed(const QString &qstrMessage);
+    void ShowCaptureSize(qint64 nBytes);
 
     QPixmap m_connectedPixmap;
     QPixmap m_disconnectedPixmap;
@@ -95,4 +109,8 @@ private:
     CCopy2ClipboardLabel *m_uidLabel = nullptr;
     QLabel *m_versionLabel = nullptr;
     QLabel *m_connectionLabel = nullptr;
+    QAction *m_captureAction = nullptr; // File > Capture Line to File...
+    QWidget *m_captureIndicator = nullptr; // shown while a capture runs
+    QLabel *m_captureLabel = nullptr;
+    std::shared_ptr<CLineCapture> m_capture;
 };

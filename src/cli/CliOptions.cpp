@@ -42,6 +42,11 @@ bool CliOptions::Parse(const QStringList &arguments)
         } else if (arg == QLatin1String("--settle")) {
             if (!TakeNumber(arguments, i, 0, 24 * 3600 * 1000, settleMs))
                 return false;
+        } else if (arg == QLatin1String("--capture")) {
+            if (!TakeValue(arguments, i, capturePath))
+                return false;
+            if (capturePath.isEmpty())
+                return Fail(QStringLiteral("--capture needs the name of the file to write"));
         } else if (arg == QLatin1String("--trace")) {
             if (!TakeValue(arguments, i, value) || !ParseTrace(value))
                 return false;
@@ -102,11 +107,16 @@ QString CliOptions::HelpText()
 {
     return QStringLiteral(
         "Usage: lichtwart-cli [--device NAME] [--baud RATE] [--osi2 N] [--osi7 N] [--timeout MS]\n"
-        "                     [--settle MS] [--trace osi7|osi2|raw] COMMAND [ARGS]\n"
+        "                     [--settle MS] [--trace osi7|osi2|raw] [--capture FILE.pcap]\n"
+        "                     COMMAND [ARGS]\n"
         "       lichtwart-cli --help | --version\n"
         "\n"
         "Talks to one Strelo head over a serial line. Device, baud rate and addresses default to\n"
         "the settings of the Lichtwart program.\n"
+        "\n"
+        "--capture FILE.pcap: every chunk the port writes and reads, as it is, also goes to FILE as\n"
+        "a pcap capture (link type 250, RTAC serial line); open it with the profile the package\n"
+        "installs: wireshark -C Lichtwart FILE.pcap (or tshark -C Lichtwart -r FILE.pcap).\n"
         "\n"
         "Commands:\n"
         "  identify                      product, hardware and software version, UID\n"

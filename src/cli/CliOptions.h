@@ -25,6 +25,7 @@ public:
     int timeoutMs = 5000;
     int settleMs = 1000;
     TraceLevel trace = TraceLevel::None;
+    QString capturePath; // --capture: the line goes to this pcap file
     QString command;
     QStringList commandArguments;
 

@@ -1,3 +1,4 @@
+#include "CliCapture.h"
 #include "CliOptions.h"
 #include "DeviceCommands.h"
 #include "FirmwareInfoCommand.h"
@@ -37,6 +38,10 @@ int main(int argc, char *argv[])
         out << "lichtwart-cli " << QCoreApplication::applicationVersion() << "\n";
         return 0;
     }
+    // Every port the command opens is recorded, whatever the command.
+    CliCapture capture(err);
+    if (!options.capturePath.isEmpty() && !capture.Start(options.capturePath))
+        return kExitUsage;
     if (options.command == QLatin1String("firmware-info"))
         return RunFirmwareInfoCommand(options.commandArguments, out, err);
     if (options.command == QLatin1String("upgrade"))

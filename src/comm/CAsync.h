@@ -1,7 +1,9 @@
 #pragma once
 
 #include "CCommunicationPort.h"
+#include "CLineTap.h"
 
+#include <memory>
 #include <string>
 
 // The asynchronous (byte-stream) serial port: opened by name, configured from the baud-rate
@@ -42,4 +44,15 @@ public:
     virtual void ReportError(const std::string &text) = 0;
     // Every batch received (direction 0) and sent (direction 1), at level 11.
     virtual void TraceBytes(int level, int direction, const ByteVector &data) {}
+
+    // The line capture. The program drives one serial line, and the link and the boot loader take
+    // turns on it; a capture records that line, so the tap belongs to the process rather than to one
+    // port: every port passes each chunk it writes or reads to the tap set here. Null ends the
+    // recording; a port that is handing a chunk over keeps the old tap alive until it is done.
+    static void SetLineTap(std::shared_ptr<CLineTap> tap);
+    static std::shared_ptr<CLineTap> LineTap();
+
+protected:
+    // Hands a chunk, as it is, to the line tap (if any) with the time of this call.
+    static void TapBytes(int direction, const ByteVector &data);
 };

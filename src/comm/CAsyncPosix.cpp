@@ -216,6 +216,7 @@ bool CAsyncPosix::Tx(const ByteVector &data)
     if (m_fd.load() < 0 || !m_configured.load())
         return false;
     TraceBytes(kTraceLevelRaw, kDirectionSent, data);
+    TapBytes(kDirectionSent, data);
     if (!WriteAll(data)) {
         ReportError("CAsyncPosix::Tx: Sending data failed");
         return false;
@@ -290,6 +291,7 @@ void CAsyncPosix::ThreadProc()
         const bool alive = (events & POLLIN) ? ReadAvailable(batch) : false;
         emptyWakeups = batch.empty() ? emptyWakeups + 1 : 0;
         if (!batch.empty()) {
+            TapBytes(kDirectionReceived, batch);
             TraceBytes(kTraceLevelRaw, kDirectionReceived, batch);
             OnReceive(batch);
         }

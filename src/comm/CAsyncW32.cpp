@@ -113,6 +113,7 @@ bool CAsyncW32::Tx(const ByteVector &data)
     m_txOverlapped.Offset = 0;
     m_txOverlapped.OffsetHigh = 0;
     TraceBytes(kTraceLevelRaw, kDirectionSent, data);
+    TapBytes(kDirectionSent, data);
     if (WriteFile(m_device, data.data(), static_cast<DWORD>(data.size()), nullptr, &m_txOverlapped)
         || GetLastError() == ERROR_IO_PENDING) {
         return true;
@@ -146,6 +147,7 @@ void CAsyncW32::GetRxData()
             return;
         }
     }
+    TapBytes(kDirectionReceived, m_rxBuffer);
     TraceBytes(kTraceLevelRaw, kDirectionReceived, m_rxBuffer);
     OnReceive(m_rxBuffer);
 }

@@ -225,7 +225,7 @@ private slots:
                 names << action->objectName();
         QCOMPARE(names, QStringList({"actionExit", "actionOptions", "actionAbout", "actionConnect", "actionClearlog",
                                      "actionDisconnect", "actionStreloVisual", "actionFSync", "actionSetOSI2Address",
-                                     "actionUpgradeFirmware", "actionFindDevice"}));
+                                     "actionUpgradeFirmware", "actionFindDevice", "actionCaptureLine"}));
     }
 
     void menusAndToolBarHoldTheActionsInOrder()
@@ -236,7 +236,8 @@ private slots:
             menus << entry->menu()->objectName() + QLatin1Char('=') + entry->text();
         QCOMPARE(menus, QStringList({"menuExit=&File", "menuView=View", "menuTools=Tools", "menuHelp=Help"}));
         auto menu = [this](const char *name) { return m_window->findChild<QMenu *>(QLatin1String(name))->actions(); };
-        QCOMPARE(Texts(menu("menuExit")), QStringList({"actionExit"}));
+        // File > Capture Line to File... is an addition of this program's own, above Exit.
+        QCOMPARE(Texts(menu("menuExit")), QStringList({"actionCaptureLine", "|", "actionExit"}));
         QCOMPARE(Texts(menu("menuView")), QStringList({"actionClearlog"}));
         QCOMPARE(Texts(menu("menuTools")),
                  QStringList({"actionConnect", "actionDisconnect", "|", "actionStreloVisual", "actionFSync", "|",

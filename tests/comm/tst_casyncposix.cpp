@@ -4,6 +4,7 @@
 #include <QElapsedTimer>
 #include <QTest>
 
+#include <memory>
 #include <fcntl.h>
 #include <termios.h>
 #include <time.h>
@@ -54,6 +55,7 @@ private slots:
     void configureTwiceAtTheSameRate();
     void bytesBothWays();
     void burstSplitAcrossReads();
+    void everyPortPassesItsChunksToTheLineTap();
     void closeWhileReaderBlocked();
     void closeNeverOpenedPort();
     void closeAfterOpenWithoutConfigure();
@@ -181,6 +183,73 @@ void TestCAsyncPosix::bytesBothWays()
         tracedIn.insert(tracedIn.end(), traces[i].data.begin(), traces[i].data.end());
     }
     QCOMPARE(Bytes(tracedIn), QByteArray::fromHex("100b010c16"));
+}
+
+namespace {
+
+// A line tap that keeps what it is given.
+class KeepingTap : public CLineTap
+{
+public:
+    struct Chunk
+    {
+        int direction;
+        ByteVector data;
+    };
+    void Record(int direction, Clock::time_point seen, const ByteVector &data) override
+    {
+        std::lock_guard lock(mutex);
+        chunks.push_back({direction, data});
+        latest = seen;
+    }
+    std::vector<Chunk> Chunks()
+    {
+        std::lock_guard lock(mutex);
+        return chunks;
+    }
+    std::mutex mutex;
+    std::vector<Chunk> chunks;
+    Clock::time_point latest;
+};
+
+} // namespace
+
+void TestCAsyncPosix::everyPortPassesItsChunksToTheLineTap()
+{
+    // The link's port and the boot loader's port take turns on the line: one tap sees both.
+    PtyPair linkPty;
+    PtyPair bootPty;
+    RecordingPort link;
+    RecordingPort boot;
+    QVERIFY(link.Open(Path(linkPty)) && link.Configure(6, 1, 0, 1));
+    QVERIFY(boot.Open(Path(bootPty)) && boot.Configure(10, 1, 0, 0));
+    auto tap = std::make_shared<KeepingTap>();
+    const auto before = CLineTap::Clock::now();
+    CAsync::SetLineTap(tap);
+    QCOMPARE(CAsync::LineTap().get(), tap.get());
+
+    QVERIFY(link.Tx({0x10, 0x49, 0x01, 0x4A, 0x16}));
+    QCOMPARE(linkPty.Read(5, 2000), QByteArray::fromHex("1049014a16"));
+    QVERIFY(linkPty.Write(QByteArray::fromHex("3f10")));        // garbage and a partial telegram, as they are
+    QVERIFY(link.WaitForBytes(2, 2000));
+    QVERIFY(boot.Tx({0x05}));
+    QCOMPARE(bootPty.Read(1, 2000), QByteArray::fromHex("05"));
+    QVERIFY(bootPty.Write(QByteArray::fromHex("06")));
+    QVERIFY(boot.WaitForBytes(1, 2000));
+    CAsync::SetLineTap(nullptr);
+    QVERIFY(link.Tx({0xE5})); // after the capture: not recorded
+    QCOMPARE(linkPty.Read(1, 2000), QByteArray::fromHex("e5"));
+
+    QByteArray sent;
+    QByteArray received;
+    for (const KeepingTap::Chunk &chunk : tap->Chunks()) {
+        QVERIFY(chunk.direction == CAsync::kDirectionSent || chunk.direction == CAsync::kDirectionReceived);
+        (chunk.direction == CAsync::kDirectionSent ? sent : received) += Bytes(chunk.data);
+    }
+    QCOMPARE(sent, QByteArray::fromHex("1049014a1605"));
+    QCOMPARE(received, QByteArray::fromHex("3f1006"));
+    QVERIFY(tap->latest >= before && tap->latest <= CLineTap::Clock::now());
+    QVERIFY(!CAsync::LineTap());
 }
 
 void TestCAsyncPosix::burstSplitAcrossReads()

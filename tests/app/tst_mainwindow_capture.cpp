@@ -1,0 +1,158 @@
+#include "app/MainWindow.h"
+
+#include "CaptureFile.h"
+#include "ModalHandler.h"
+#include "SettingsSandbox.h"
+#include "SimProcess.h"
+#include "capture/CLineCapture.h"
+#include "comm/CAsync.h"
+#include "controller/CTrafficLightController.h"
+#include "settings/LichtwartSettings.h"
+
+#include <QAction>
+#include <QFileDialog>
+#include <QLabel>
+#include <QMessageBox>
+#include <QSettings>
+#include <QTemporaryDir>
+#include <QtTest>
+
+#include <memory>
+
+namespace {
+
+constexpr int kLinkMs = 10000;
+
+} // namespace
+
+// File > Capture Line to File... against the simulated head: the capture runs until it is
+// unchecked, Disconnect or exit, the status bar shows it, and a failing file ends it alone.
+class TestMainWindowCapture : public QObject
+{
+    Q_OBJECT
+
+private:
+    SettingsSandbox m_sandbox;
+    QTemporaryDir m_dir;
+    std::unique_ptr<SimProcess> m_sim;
+    std::unique_ptr<MainWindow> m_window;
+
+    QAction *Action(const char *name) const { return m_window->findChild<QAction *>(QLatin1String(name)); }
+    QWidget *Indicator() const { return m_window->findChild<QWidget *>(QStringLiteral("captureIndicator")); }
+    QString CaptureText() const { return m_window->findChild<QLabel *>(QStringLiteral("captureLabel"))->text(); }
+
+    void Start()
+    {
+        m_sim = std::make_unique<SimProcess>();
+        QVERIFY(m_sim->Start({}));
+        QSettings settings;
+        settings.setValue(QLatin1String(LichtwartSettings::InterfaceDevice), m_sim->DevicePath());
+        m_window = std::make_unique<MainWindow>(false);
+        m_window->show();
+        QVERIFY(QTest::qWaitForWindowExposed(m_window.get()));
+        Action("actionConnect")->trigger();
+        QVERIFY(m_window->Controller()->IsOpen());
+    }
+    void CaptureThroughTheMenu(const QString &path)
+    {
+        OnNextModal<QFileDialog>(this, [path](QFileDialog *dialog) {
+            dialog->selectFile(path);
+            static_cast<QDialog *>(dialog)->accept();
+        });
+        Action("actionCaptureLine")->trigger();
+    }
+    static void CheckCapture(const QString &path)
+    {
+        CaptureFile file;
+        QVERIFY2(file.Read(path), qPrintable(file.Error()));
+        QVERIFY(!file.Octets(true).isEmpty());
+        QVERIFY(!file.Octets(false).isEmpty());
+        for (const CaptureFile::Record &record : file.Records())
+            QVERIFY2(CaptureFile::SoundTelegram(record.octets), qPrintable(record.octets.toHex(' ')));
+    }
+
+private slots:
+    void init() { m_sandbox.Clear(); }
+    void cleanup()
+    {
+        m_window.reset();
+        m_sim.reset();
+    }
+
+    void theCaptureRunsUntilDisconnect()
+    {
+        Start();
+        QVERIFY(Action("actionCaptureLine")->isCheckable());
+        QCOMPARE(Action("actionCaptureLine")->text(), QStringLiteral("Capture Line to File..."));
+        QVERIFY(Indicator()->isHidden());
+        const QString path = m_dir.filePath(QStringLiteral("menu.pcap"));
+        CaptureThroughTheMenu(path);
+        QTRY_VERIFY_WITH_TIMEOUT(m_window->LineCapture() != nullptr, kLinkMs);
+        QVERIFY(Action("actionCaptureLine")->isChecked());
+        QVERIFY(Indicator()->isVisible());
+        // The size grows with the polls: 24 octets of file header at first, then the records.
+        QTRY_VERIFY_WITH_TIMEOUT(m_window->LineCapture()->Size() > 1000, kLinkMs);
+        QTRY_COMPARE_WITH_TIMEOUT(CaptureText(),
+                                  QStringLiteral("Capturing: ") + QLocale().formattedDataSize(m_window->LineCapture()->Size()),
+                                  kLinkMs);
+
+        Action("actionDisconnect")->trigger();
+        QVERIFY(m_window->LineCapture() == nullptr);
+        QVERIFY(!Action("actionCaptureLine")->isChecked());
+        QVERIFY(Indicator()->isHidden());
+        QVERIFY(!CAsync::LineTap());
+        CheckCapture(path);
+    }
+
+    void uncheckingEndsTheCapture()
+    {
+        Start();
+        const QString path = m_dir.filePath(QStringLiteral("unchecked.pcap"));
+        QVERIFY(m_window->StartCapture(path));
+        QTRY_VERIFY_WITH_TIMEOUT(m_window->LineCapture()->Size() > 500, kLinkMs);
+        Action("actionCaptureLine")->trigger();
+        QVERIFY(m_window->LineCapture() == nullptr);
+        QVERIFY(m_window->Controller()->IsOpen());
+        CheckCapture(path);
+    }
+
+    void aCancelledFileDialogCapturesNothing()
+    {
+        Start();
+        OnNextModal<QFileDialog>(this, [](QFileDialog *dialog) { dialog->reject(); });
+        Action("actionCaptureLine")->trigger();
+        QVERIFY(m_window->LineCapture() == nullptr);
+        QVERIFY(!Action("actionCaptureLine")->isChecked());
+        QVERIFY(Indicator()->isHidden());
+    }
+
+    void aFullFileEndsTheCaptureNotTheLink()
+    {
+        Start();
+        QVERIFY(m_window->StartCapture(QStringLiteral("/dev/full")));
+        QMessageBox *box = nullptr;
+        QTRY_VERIFY_WITH_TIMEOUT((box = m_window->findChild<QMessageBox *>()) != nullptr, kLinkMs);
+        QCOMPARE(box->windowTitle(), QStringLiteral("Line capture stopped"));
+        QVERIFY2(box->text().contains(QStringLiteral("No space left on device")), qPrintable(box->text()));
+        QVERIFY(m_window->LineCapture() == nullptr);
+        QVERIFY(!Action("actionCaptureLine")->isChecked());
+        box->accept();
+        // The link comes up and stays up.
+        QVERIFY(m_window->Controller()->IsOpen());
+        QTRY_VERIFY_WITH_TIMEOUT(Action("actionFSync")->isEnabled(), kLinkMs);
+    }
+
+    void exitEndsTheCapture()
+    {
+        Start();
+        const QString path = m_dir.filePath(QStringLiteral("exit.pcap"));
+        QVERIFY(m_window->StartCapture(path));
+        QTRY_VERIFY_WITH_TIMEOUT(Action("actionFSync")->isEnabled(), kLinkMs);
+        m_window->close();
+        QVERIFY(!CAsync::LineTap());
+        CheckCapture(path);
+    }
+};
+
+QTEST_MAIN(TestMainWindowCapture)
+#include "tst_mainwindow_capture.moc"
