@@ -120,6 +120,10 @@ QString CliOptions::HelpText()
         "  upgrade FILE [--allow-raw-hex] [--upload-baud RATE] [--retry PRODUCT]\n"
         "                                --retry strelo-002|strelo-003: the head is still in its\n"
         "                                boot loader after a failed upgrade; start at the enquiry\n"
+        "  ports                         the serial ports present: path, then by-id, description,\n"
+        "                                manufacturer, serial and usb fields (tab-separated)\n"
+        "\n"
+        "When the port cannot be opened, a line \"reason: ...\" says why and what to do.\n"
         "\n"
         "Exit codes: 0 success, 1 port not opened, 2 usage error, 3 no link or identification,\n"
         "4 firmware file error, 5 upgrade failed.\n");

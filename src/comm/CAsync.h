@@ -1,6 +1,7 @@
 #pragma once
 
 #include "CCommunicationPort.h"
+#include "PortOpenFailure.h"
 
 #include <string>
 
@@ -42,4 +43,14 @@ public:
     virtual void ReportError(const std::string &text) = 0;
     // Every batch received (direction 0) and sent (direction 1), at level 11.
     virtual void TraceBytes(int level, int direction, const ByteVector &data) {}
+
+    // What made the last Open or Configure fail (step None after a success). Read on the thread
+    // that opens the port.
+    const PortOpenFailure &LastOpenFailure() const { return m_openFailure; }
+
+protected:
+    void RecordOpenFailure(const PortOpenFailure &failure) { m_openFailure = failure; }
+
+private:
+    PortOpenFailure m_openFailure;
 };
