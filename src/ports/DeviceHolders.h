@@ -10,8 +10,10 @@ struct DeviceHolder
     QString name; // the program's name as the system keeps it (at most 15 characters)
 };
 
-// Finds the processes that have a device open by walking the open files of every process under
-// /proc. Processes of other users whose open files this user may not read stay unseen.
+// Finds the processes that keep a device from being opened: the ones holding a lock on it (as
+// this program locks its port) from /proc/locks, else the ones that have it open at all, found by
+// walking the open files of every process under /proc. Processes of other users whose open files
+// this user may not read stay unseen.
 class DeviceHolders
 {
 public:
@@ -21,6 +23,8 @@ public:
     QList<DeviceHolder> Of(const QString &path) const;
 
 private:
+    QList<DeviceHolder> Lockers(const QString &qstrDevice) const;
+    QList<DeviceHolder> OpenedBy(const QString &qstrDevice) const;
     bool HasOpen(const QString &qstrPidFolder, const QString &qstrDevice) const;
     QString ProgramName(const QString &qstrPidFolder) const;
 

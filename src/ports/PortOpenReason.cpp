@@ -177,7 +177,7 @@ QString PortOpenReason::SettingsRefused(const PortOpenFailure &failure)
     if (const QString parity = ParityName(failure.parity); !parity.isEmpty())
         settings << parity;
     if (failure.stopBits == CAsync::kStopBits1 || failure.stopBits == CAsync::kStopBits2)
-        settings << Tr("%1 stop bit(s)").arg(failure.stopBits == CAsync::kStopBits1 ? 1 : 2);
+        settings << (failure.stopBits == CAsync::kStopBits1 ? Tr("one stop bit") : Tr("two stop bits"));
     const QString why = failure.error != 0 ? SystemText(failure.error) : Tr("they did not take effect");
     return Tr("%1 refused the settings %2 (%3). Choose another baud rate in the options, or another port.")
         .arg(QString::fromStdString(failure.path), settings.join(QStringLiteral(", ")), why);
