@@ -132,8 +132,8 @@ QString PortOpenReason::NotAllowed(const QString &path)
                   "to that group after this login began. Log out and log in again.").arg(path, group, user);
     }
     return Tr("You are not allowed to use %1: it belongs to the group %2, and your user %3 is not in it. "
-              "Add the user to the group with the command \"sudo usermod -a -G %2 %3\", then log out and "
-              "log in again (the new group counts from the next login on).").arg(path, group, user);
+              "Add the user to the group with the command \"sudo adduser %3 %2\", then log out and log in "
+              "again (the new group counts from the next login on).").arg(path, group, user);
 }
 
 QString PortOpenReason::InUse(const QString &path)

@@ -190,8 +190,8 @@ void tst_PortOpenReason::aDeviceTheUserMayNotUseNamesItsGroupAndTheCommand()
         QCOMPARE(outcome.error, EACCES);
         QCOMPARE(outcome.reason,
                  QStringLiteral("You are not allowed to use %1: it belongs to the group dialout, and your user nobody is "
-                                "not in it. Add the user to the group with the command \"sudo usermod -a -G dialout "
-                                "nobody\", then log out and log in again (the new group counts from the next login on).")
+                                "not in it. Add the user to the group with the command \"sudo adduser nobody dialout\", "
+                                "then log out and log in again (the new group counts from the next login on).")
                      .arg(pty.SlavePath()));
     } else {
         // Unprivileged already: a device that grants nobody anything.
