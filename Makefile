@@ -9,7 +9,7 @@ JOBS       ?= $(shell nproc)
 TEST_JOBS  ?= $(shell echo $$(( $$(nproc) * 2 )))
 CMAKE_GEN  := -G Ninja
 
-.PHONY: all deps configure build test test-asan test-tsan run bench fuzz fuzz-build fuzz-campaign soak clean
+.PHONY: all deps configure build test test-asan test-tsan run bench fuzz fuzz-build fuzz-campaign soak package package-check clean
 
 all: build
 
@@ -61,6 +61,13 @@ fuzz-campaign: fuzz-build
 
 soak: build
 	cd $(BUILD_DIR) && ctest --output-on-failure -L soak
+
+# The Debian package build/lichtwart_<version>_amd64.deb, and the same package tried as installed.
+package: build
+	cd $(BUILD_DIR) && cpack -G DEB
+
+package-check: package
+	@scripts/check-package.sh $(BUILD_DIR)
 
 clean:
 	rm -rf $(BUILD_DIR) $(ASAN_DIR) $(TSAN_DIR) $(FUZZ_DIR)

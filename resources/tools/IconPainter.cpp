@@ -702,7 +702,7 @@ void DrawLogo(Canvas &c)
 
 struct Icon
 {
-    QString folder; // size folder, e.g. "16x16", or "" for the logo
+    QString folder; // size folder, e.g. "16x16" or "hicolor/128x128/apps", or "" for the logo
     QString name;
     int width;
     int height;
@@ -761,6 +761,10 @@ std::vector<Icon> Catalogue()
                          [s](Canvas &c) { DrawRedYellowLamp(c, s); }});
     }
     icons.push_back({"", "logo", 96, 96, DrawLogo});
+    // The desktop's icon theme: the application's emblem at the sizes drawn above and a large one
+    // for software centres.
+    for (const int size : {16, 24, 32, 128})
+        icons.push_back({QStringLiteral("hicolor/%1x%1/apps").arg(size), "lichtwart", size, size, DrawApplication});
     return icons;
 }
 

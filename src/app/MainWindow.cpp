@@ -12,6 +12,7 @@
 #include "controller/DeviceMaintenance.h"
 #include "firmware/CFirmwareUpgrade.h"
 #include "firmware/FWUpgradeDialog.h"
+#include "ports/PortOpenReason.h"
 #include "settings/LichtwartSettings.h"
 #include "trace/CMultiColumnListModel.h"
 #include "trace/CTraceFormat.h"
@@ -212,6 +213,8 @@ void MainWindow::SlaveConnect()
     if (!m_controller->ConnectPort(device, baudRate)) {
         QMessageBox box(QMessageBox::Warning, tr("Device open failed"),
                         tr("The device %1 could not be opened.").arg(device), QMessageBox::Ok, this);
+        // Why, and what to do about it, below the unchanged message.
+        box.setInformativeText(PortOpenReason::Text(m_controller->LastOpenFailure()));
         box.exec();
         return;
     }

@@ -2,12 +2,10 @@
 #include "ui_OptionsDialog.h"
 
 #include "CStrictIntValidator.h"
-#include "SerialPortLister.h"
+#include "SerialPortCompleter.h"
 #include "settings/LichtwartSettings.h"
 
-#include <QCompleter>
 #include <QPushButton>
-#include <QStringListModel>
 
 #include <algorithm>
 
@@ -72,14 +70,10 @@ void OptionsDialog::AttachValidators()
 }
 
 // The device name stays free text ("COM1" maps to the first built-in port); the ports found on
-// this machine are offered as completions while typing.
+// this machine are offered with their descriptions while typing and from the field's arrow.
 void OptionsDialog::OfferSerialPorts()
 {
-    auto *model = new QStringListModel(SerialPortLister().Ports(), this);
-    auto *completer = new QCompleter(model, this);
-    completer->setCaseSensitivity(Qt::CaseInsensitive);
-    completer->setFilterMode(Qt::MatchContains);
-    ui->lineDevicename->setCompleter(completer);
+    new SerialPortCompleter(ui->lineDevicename);
 }
 
 void OptionsDialog::LoadSettings()

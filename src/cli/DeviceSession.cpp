@@ -2,6 +2,7 @@
 
 #include "CliDevice.h"
 #include "SignalWatcher.h"
+#include "ports/PortOpenReason.h"
 #include "settings/LichtwartSettings.h"
 
 #include <QCoreApplication>
@@ -79,6 +80,9 @@ bool DeviceSession::Open()
     const int baudIndex = CAsync::BaudIndexForRate(m_options.baudRate);
     if (!m_device->OpenLink(m_options.device.toStdString(), baudIndex, false)) {
         m_err << "error: the device " << m_options.device << " could not be opened\n";
+        const QString reason = PortOpenReason::Text(m_device->LastOpenFailure());
+        if (!reason.isEmpty())
+            m_err << "reason: " << reason << "\n";
         m_err.flush();
         return false;
     }

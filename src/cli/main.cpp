@@ -2,6 +2,7 @@
 #include "CliOptions.h"
 #include "DeviceCommands.h"
 #include "FirmwareInfoCommand.h"
+#include "PortsCommand.h"
 #include "ScanCommand.h"
 #include "UpgradeCommand.h"
 #include "settings/LichtwartSettings.h"
@@ -44,6 +45,8 @@ int main(int argc, char *argv[])
         return kExitUsage;
     if (options.command == QLatin1String("firmware-info"))
         return RunFirmwareInfoCommand(options.commandArguments, out, err);
+    if (options.command == QLatin1String("ports"))
+        return RunPortsCommand(options.commandArguments, out, err);
     if (options.command == QLatin1String("upgrade"))
         return RunUpgradeCommand(options, out, err);
     if (options.command == QLatin1String("scan"))

@@ -108,34 +108,54 @@ bool CAsyncPosix::Open(const std::string &portName)
         Close();
 
     const std::string path = DevicePath(portName);
+    RecordOpenFailure({PortOpenFailure::Step::None, 0, portName, path});
     m_stopFd = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
     if (m_stopFd < 0) {
-        ReportError("CAsyncPosix::Open: Unable to create the stop event (" + SystemError(errno) + ")");
+        const int error = errno;
+        RecordOpenFailure({PortOpenFailure::Step::Open, error, portName, path});
+        ReportError("CAsyncPosix::Open: Unable to create the stop event (" + SystemError(error) + ")");
         return false;
     }
     const int fd = ::open(path.c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC);
     if (fd < 0) {
         const int error = errno;
         ReleaseHandles();
+        RecordOpenFailure({PortOpenFailure::Step::Open, error, portName, path});
         ReportError("CAsyncPosix::Open: Unable to open " + path + " (" + SystemError(error) + ")");
         return false;
     }
     // Exclusive access: a second program (or a second open in this one) must not share the line.
     if (flock(fd, LOCK_EX | LOCK_NB) != 0) {
+        const int error = errno;
         ::close(fd);
         ReleaseHandles();
+        RecordOpenFailure({PortOpenFailure::Step::InUse, error, portName, path});
         ReportError("CAsyncPosix::Open: " + path + " is already in use by another program");
         return false;
     }
     if (!isatty(fd)) {
+        const int error = errno;
         ::close(fd);
         ReleaseHandles();
+        RecordOpenFailure({PortOpenFailure::Step::NotSerial, error, portName, path});
         ReportError("CAsyncPosix::Open: " + path + " is not a serial device");
         return false;
     }
     ioctl(fd, TIOCEXCL);
     m_fd = fd;
     return true;
+}
+
+void CAsyncPosix::RecordRefusedSettings(int error, int baudIndex, int dataBits, int stopBits, int parity)
+{
+    PortOpenFailure failure = LastOpenFailure();
+    failure.step = PortOpenFailure::Step::SettingsRefused;
+    failure.error = error;
+    failure.baudIndex = baudIndex;
+    failure.dataBits = dataBits;
+    failure.stopBits = stopBits;
+    failure.parity = parity;
+    RecordOpenFailure(failure);
 }
 
 bool CAsyncPosix::IsPseudoTerminal() const
@@ -155,6 +175,7 @@ bool CAsyncPosix::Configure(int baudIndex, int dataBits, int stopBits, int parit
 
     termios tio {};
     if (tcgetattr(fd, &tio) != 0) {
+        RecordRefusedSettings(errno, baudIndex, dataBits, stopBits, parity);
         ReportError("CAsyncPosix::Configure: Unable to read the device settings (" + SystemError(errno) + ")");
         return false;
     }
@@ -173,11 +194,13 @@ bool CAsyncPosix::Configure(int baudIndex, int dataBits, int stopBits, int parit
         tio.c_cflag = (tio.c_cflag & ~(CSIZE | PARENB | PARODD)) | (original.c_cflag & (CSIZE | PARENB | PARODD));
     }
     if (tcsetattr(fd, TCSANOW, &tio) != 0) {
+        RecordRefusedSettings(errno, baudIndex, dataBits, stopBits, parity);
         ReportError("CAsyncPosix::Configure: Unable to apply the device settings (" + SystemError(errno) + ")");
         return false;
     }
     termios readBack {};
     if (tcgetattr(fd, &readBack) != 0 || !SameSettings(tio, readBack, !pty)) {
+        RecordRefusedSettings(0, baudIndex, dataBits, stopBits, parity);
         ReportError("CAsyncPosix::Configure: The device did not take the requested settings");
         return false;
     }

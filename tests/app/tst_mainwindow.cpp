@@ -377,6 +377,24 @@ private slots:
         QCOMPARE(EnabledActions(), QStringList({"actionConnect", "actionStreloVisual"}));
     }
 
+    // The box keeps its text and says below it why the port did not open.
+    void theOpenFailureBoxGivesTheReason()
+    {
+        OpenWindow();
+        Controller()->standInDevice = QStringLiteral("/dev/lichtwart-no-such-port");
+        QString text;
+        QString informative;
+        OnNextModal<QMessageBox>(this, [&](QMessageBox *box) {
+            text = box->text();
+            informative = box->informativeText();
+            box->button(QMessageBox::Ok)->click();
+        });
+        Action("actionConnect")->trigger();
+        QCOMPARE(text, QStringLiteral("The device COM1 could not be opened."));
+        QVERIFY2(informative.startsWith(QStringLiteral("There is no device /dev/lichtwart-no-such-port. ")),
+                 qPrintable(informative));
+    }
+
     void asecondConnectAfterAFailureClosesThenOpensAgain()
     {
         OpenWindow();

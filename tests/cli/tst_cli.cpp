@@ -1,9 +1,12 @@
 #include "FirmwarePackageBuilder.h"
 #include "SimProcess.h"
 
+#include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QProcess>
 #include <QRegularExpression>
+#include <QSerialPortInfo>
 #include <QSettings>
 #include <QTemporaryDir>
 #include <QTest>
@@ -32,6 +35,8 @@ private slots:
     void usageErrors();
     void helpAndVersion();
     void portThatCannotBeOpened();
+    void portInUseNamesTheProgramHoldingIt();
+    void portsListsEveryPortPresent();
     void silentHeadGivesNoLink();
     void identifyPrintsTheSimulatedIdentity();
     void lampCommandsReportTheActualValue_data();
@@ -128,7 +133,78 @@ void TestCli::portThatCannotBeOpened()
 {
     const CliResult result = Run({"--device", "/dev/lichtwart-no-such-port", "identify"});
     QCOMPARE(result.exitCode, 1);
-    QCOMPARE(result.err, QStringLiteral("error: the device /dev/lichtwart-no-such-port could not be opened\n"));
+    const QStringList lines = result.err.split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+    QCOMPARE(lines.size(), 2);
+    QCOMPARE(lines.at(0), QStringLiteral("error: the device /dev/lichtwart-no-such-port could not be opened"));
+    // The reason lists the ports present, so the technician can pick the right one.
+    QString expected = QStringLiteral("reason: There is no device /dev/lichtwart-no-such-port. ");
+    QStringList present;
+    for (const QSerialPortInfo &info : QSerialPortInfo::availablePorts())
+        present << info.systemLocation();
+    QVERIFY2(lines.at(1).startsWith(expected), qPrintable(lines.at(1)));
+    if (present.isEmpty())
+        QVERIFY(lines.at(1).endsWith(QStringLiteral("No serial port is present on this computer: plug in the adapter, then try again.")));
+    for (const QString &path : present)
+        QVERIFY2(lines.at(1).contains(path), qPrintable(lines.at(1)));
+}
+
+// A port held by another lichtwart-cli: the reason names that program and its process id.
+void TestCli::portInUseNamesTheProgramHoldingIt()
+{
+    SimProcess sim;
+    QVERIFY(sim.Start({"--silent"}));
+    QProcess *holder = Start({"--device", sim.DevicePath(), "--timeout", "60000", "monitor"});
+    QVERIFY(holder->waitForStarted());
+    const QString device = QFileInfo(sim.DevicePath()).canonicalFilePath();
+    const QString fdLinks = QStringLiteral("/proc/%1/fd").arg(holder->processId());
+    QTRY_VERIFY_WITH_TIMEOUT(
+        [&] {
+            for (const QFileInfo &fd : QDir(fdLinks).entryInfoList(QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot))
+                if (fd.symLinkTarget() == device)
+                    return true;
+            return false;
+        }(),
+        10000);
+    const CliResult result = Run({"--device", sim.DevicePath(), "identify"});
+    const qint64 holderPid = holder->processId();
+    holder->kill();
+    holder->waitForFinished();
+    QCOMPARE(result.exitCode, 1);
+    QCOMPARE(result.err, QStringLiteral("error: the device %1 could not be opened\n"
+                                        "reason: %1 is in use by another program: lichtwart-cli (process %2). "
+                                        "Close that program (or end its connection), then try again.\n")
+                             .arg(sim.DevicePath())
+                             .arg(holderPid));
+}
+
+// The ports line by line: the device path first, then tab-separated key=value fields.
+void TestCli::portsListsEveryPortPresent()
+{
+    const CliResult result = Run({"ports"});
+    QCOMPARE(result.exitCode, 0);
+    QStringList listed;
+    const QStringList keys {"by-id", "description", "manufacturer", "serial", "usb"};
+    for (const QString &line : result.out.split(QLatin1Char('\n'), Qt::SkipEmptyParts)) {
+        const QStringList fields = line.split(QLatin1Char('\t'));
+        QVERIFY2(fields.at(0).startsWith(QLatin1Char('/')), qPrintable(line));
+        listed << fields.at(0);
+        for (const QString &field : fields.mid(1)) {
+            const QString key = field.section(QLatin1Char('='), 0, 0);
+            QVERIFY2(keys.contains(key) && field.size() > key.size() + 1, qPrintable(line));
+            if (key == QLatin1String("usb"))
+                QVERIFY2(QRegularExpression(QStringLiteral("^usb=[0-9a-f]{4}:[0-9a-f]{4}$")).match(field).hasMatch(), qPrintable(field));
+            if (key == QLatin1String("by-id"))
+                QVERIFY2(field.startsWith(QStringLiteral("by-id=/dev/serial/by-id/")), qPrintable(field));
+        }
+    }
+    QStringList present;
+    for (const QSerialPortInfo &info : QSerialPortInfo::availablePorts())
+        present << info.systemLocation();
+    present.sort();
+    listed.sort();
+    QCOMPARE(listed, present);
+    QCOMPARE(result.err, present.isEmpty() ? QStringLiteral("no serial port is present\n") : QString());
+    QCOMPARE(Run({"ports", "extra"}).exitCode, 2);
 }
 
 void TestCli::silentHeadGivesNoLink()

@@ -1,5 +1,6 @@
 #include "app/OptionsDialog.h"
-#include "app/SerialPortLister.h"
+#include "app/SerialPortCompleter.h"
+#include "ports/SerialPortCatalog.h"
 #include "settings/LichtwartSettings.h"
 
 #include "SettingsSandbox.h"
@@ -16,7 +17,8 @@
 #include <QRadioButton>
 #include <QSettings>
 #include <QSpinBox>
-#include <QStringListModel>
+#include <QAction>
+#include <QAbstractItemView>
 #include <QTabWidget>
 #include <QTest>
 #include <QTextDocumentFragment>
@@ -594,11 +596,31 @@ void tst_OptionsDialog::deviceNameOffersSerialPorts()
 {
     Open();
     auto *edit = Child<QLineEdit>("lineDevicename");
-    QCompleter *completer = edit->completer();
+    auto *completer = qobject_cast<SerialPortCompleter *>(edit->completer());
     QVERIFY(completer);
-    auto *model = qobject_cast<QStringListModel *>(completer->model());
-    QVERIFY(model);
-    QCOMPARE(model->stringList(), SerialPortLister().Ports());
+    // Each port present by its path (and its stable by-id path), its description beside it.
+    QStringList expected;
+    for (const SerialPortEntry &entry : SerialPortCatalog::Present()) {
+        expected << entry.path + QLatin1Char('|') + entry.description;
+        if (!entry.stablePath.isEmpty())
+            expected << entry.stablePath + QLatin1Char('|') + entry.description;
+    }
+    const QAbstractItemModel *model = completer->model();
+    QCOMPARE(model->columnCount(), 2);
+    QStringList offered;
+    for (int row = 0; row < model->rowCount(); ++row) {
+        offered << model->index(row, SerialPortCompleter::NameColumn).data().toString() + QLatin1Char('|')
+                       + model->index(row, SerialPortCompleter::DescriptionColumn).data().toString();
+    }
+    QCOMPARE(offered, expected);
+    QCOMPARE(completer->completionColumn(), int(SerialPortCompleter::NameColumn));
+    // The arrow at the field's end shows the whole list, whatever the field holds.
+    auto *showAll = edit->findChild<QAction *>(QStringLiteral("actionShowSerialPorts"));
+    QVERIFY(showAll);
+    showAll->trigger();
+    QCOMPARE(completer->completionPrefix(), QString());
+    QCOMPARE(completer->completionCount(), model->rowCount());
+    completer->popup()->hide();
     // Free text stays possible.
     Retype("lineDevicename", "COM7");
     ClickOk();

@@ -181,7 +181,11 @@ void TestUpgradeCommand::portThatCannotBeOpened()
 {
     const CommandResult result = Run({"--device", "/dev/lichtwart-no-such-port", "upgrade", "a.fwp"});
     QCOMPARE(result.exitCode, 1);
-    QCOMPARE(result.ErrLines(), QStringList {"error: the device /dev/lichtwart-no-such-port could not be opened"});
+    const QStringList lines = result.ErrLines();
+    QCOMPARE(lines.size(), 2);
+    QCOMPARE(lines.at(0), QStringLiteral("error: the device /dev/lichtwart-no-such-port could not be opened"));
+    QVERIFY2(lines.at(1).startsWith(QStringLiteral("reason: There is no device /dev/lichtwart-no-such-port. ")),
+             qPrintable(lines.at(1)));
 }
 
 void TestUpgradeCommand::silentHeadGivesNoLink()
