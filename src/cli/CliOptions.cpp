@@ -45,6 +45,9 @@ bool CliOptions::Parse(const QStringList &arguments)
         } else if (arg == QLatin1String("--trace")) {
             if (!TakeValue(arguments, i, value) || !ParseTrace(value))
                 return false;
+        } else if (arg == QLatin1String("--trace-file")) {
+            if (!TakeValue(arguments, i, traceFile))
+                return false;
         } else if (arg.startsWith(QLatin1String("--"))) {
             return Fail(QStringLiteral("unknown option %1").arg(arg));
         } else {
@@ -54,6 +57,13 @@ bool CliOptions::Parse(const QStringList &arguments)
         }
     }
     return Fail(QStringLiteral("no command given"));
+}
+
+CliOptions::TraceLevel CliOptions::RowLevel() const
+{
+    if (trace != TraceLevel::None || traceFile.isEmpty())
+        return trace;
+    return TraceLevel::Osi7;
 }
 
 bool CliOptions::TakeValue(const QStringList &arguments, int &i, QString &value)
@@ -102,11 +112,14 @@ QString CliOptions::HelpText()
 {
     return QStringLiteral(
         "Usage: lichtwart-cli [--device NAME] [--baud RATE] [--osi2 N] [--osi7 N] [--timeout MS]\n"
-        "                     [--settle MS] [--trace osi7|osi2|raw] COMMAND [ARGS]\n"
+        "                     [--settle MS] [--trace osi7|osi2|raw] [--trace-file FILE] COMMAND [ARGS]\n"
         "       lichtwart-cli --help | --version\n"
         "\n"
         "Talks to one Strelo head over a serial line. Device, baud rate and addresses default to\n"
         "the settings of the Lichtwart program.\n"
+        "\n"
+        "--trace LEVEL writes every trace row to stderr (cells joined by a tab); --trace-file FILE\n"
+        "writes them to FILE as CSV with a header row (at the --trace level, OSI 7 without it).\n"
         "\n"
         "Commands:\n"
         "  identify                      product, hardware and software version, UID\n"
@@ -115,12 +128,17 @@ QString CliOptions::HelpText()
         "  currents                      request the lamp currents\n"
         "  flasher-sync soft|hard        start a flasher synchronisation\n"
         "  set-osi2-address N            give the head a new OSI 2 address (1..199)\n"
-        "  monitor [--duration MS]       print reports (and trace rows) until the time is up\n"
+        "  monitor [--duration MS]       print reports (and trace rows) until the time is up,\n"
+        "                                counted from the identification of the head\n"
         "  firmware-info FILE [--allow-raw-hex] [--wide]\n"
         "  upgrade FILE [--allow-raw-hex] [--upload-baud RATE] [--retry PRODUCT]\n"
         "                                --retry strelo-002|strelo-003: the head is still in its\n"
         "                                boot loader after a failed upgrade; start at the enquiry\n"
+        "  pack IMAGE --version TEXT --date TEXT --product strelo-002|strelo-003\n"
+        "       [--release-notes TEXT] [--format zip|tar|tar.gz] -o FILE\n"
+        "                                write a firmware package of the S-record IMAGE; an image\n"
+        "                                the upgrade would refuse for that product is refused\n"
         "\n"
         "Exit codes: 0 success, 1 port not opened, 2 usage error, 3 no link or identification,\n"
-        "4 firmware file error, 5 upgrade failed.\n");
+        "4 firmware file error (or the package cannot be written), 5 upgrade failed.\n");
 }

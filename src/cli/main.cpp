@@ -1,6 +1,7 @@
 #include "CliOptions.h"
 #include "DeviceCommands.h"
 #include "FirmwareInfoCommand.h"
+#include "PackCommand.h"
 #include "UpgradeCommand.h"
 #include "settings/LichtwartSettings.h"
 
@@ -38,6 +39,8 @@ int main(int argc, char *argv[])
     }
     if (options.command == QLatin1String("firmware-info"))
         return RunFirmwareInfoCommand(options.commandArguments, out, err);
+    if (options.command == QLatin1String("pack"))
+        return RunPackCommand(options.commandArguments, out, err);
     if (options.command == QLatin1String("upgrade"))
         return RunUpgradeCommand(options, out, err);
     if (DeviceCommands::IsDeviceCommand(options.command))
