@@ -48,6 +48,7 @@ DeviceSession::DeviceSession(const CliOptions &options, QTextStream &out, QTextS
         m_hardware = QStringLiteral("%1.%2.%3").arg(hw1).arg(hw2).arg(hw3);
         m_software = QStringLiteral("%1.%2.%3").arg(sw1).arg(sw2).arg(sw3);
         m_haveVersion = true;
+        m_versionOnThisLink = true;
         Reevaluate();
     }, Qt::QueuedConnection);
     connect(device, &CliDevice::Device, this, [this](const STRELO_PRODUCT *product) {
@@ -59,6 +60,7 @@ DeviceSession::DeviceSession(const CliOptions &options, QTextStream &out, QTextS
     connect(device, &CliDevice::Uid, this, [this](const QString &uid) {
         m_uid = uid;
         m_haveUid = true;
+        m_uidOnThisLink = true;
         Reevaluate();
     }, Qt::QueuedConnection);
 
@@ -161,6 +163,9 @@ int DeviceSession::RunMonitor(int durationMs)
         return kExitNoLink;
     }
     Settle(durationMs);
+    // A head lost during the run gets up to --timeout to come back and answer its start-up jobs
+    // again, so the monitor never ends in the middle of rebuilding the link.
+    WaitFor([this] { return m_linkUp && m_versionOnThisLink && m_uidOnThisLink; }, m_options.timeoutMs);
     Finish();
     return kExitOk;
 }
@@ -222,6 +227,8 @@ void DeviceSession::OnLinkChanged(bool up)
     // repeated failed cycles of a silent head and our own Disconnect are not.
     if (m_linkSeen && up != m_linkUp && !m_closing)
         PrintLine(up ? QStringLiteral("link: up") : QStringLiteral("link: down"));
+    if (up != m_linkUp)
+        m_versionOnThisLink = m_uidOnThisLink = false;
     m_linkUp = up;
     m_linkSeen = m_linkSeen || up;
     emit LinkChanged(up);

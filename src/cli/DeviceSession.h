@@ -85,6 +85,8 @@ private:
     bool m_haveVersion = false;
     bool m_haveDevice = false;
     bool m_haveUid = false;
+    bool m_versionOnThisLink = false; // the replies of the start-up jobs since the last link change
+    bool m_uidOnThisLink = false;
     QString m_hardware;
     QString m_software;
     QString m_product;

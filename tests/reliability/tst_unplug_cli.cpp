@@ -6,6 +6,7 @@
 #include "SimChild.h"
 
 #include <QProcess>
+#include <QRegularExpression>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -32,6 +33,7 @@ private slots:
     void lostLinkIsReportedWithoutSpinning_data();
     void lostLinkIsReportedWithoutSpinning();
     void headBackWithinTheRunIsReported();
+    void shortMonitorOutlastsAHeadSilentAfterIdentification();
 
 private:
     QProcess *StartCli(const QStringList &arguments);
@@ -129,6 +131,41 @@ void TestUnplugCli::headBackWithinTheRunIsReported()
     output += monitor->readAllStandardOutput();
     QCOMPARE(output.count("link: down\n"), 1);
     QCOMPARE(output.count("link: up\n"), 1);
+}
+
+// monitor --duration counts from the identification; a head silent for a second right after it is
+// lost, found again and identified again before the monitor ends, however short its duration.
+void TestUnplugCli::shortMonitorOutlastsAHeadSilentAfterIdentification()
+{
+    const QString link = m_dir->filePath("head");
+    SimChild sim;
+    QVERIFY(sim.Start({"--link", link}));
+    QProcess *monitor = StartCli({"--device", link, "--trace", "osi7", "monitor", "--duration", "2000"});
+    // The UID reply ends the identification.
+    QVERIFY(sim.WaitForLine(QRegularExpression(QStringLiteral("link tx long .*DATA=0013FE83.*FF87")), kReportsMs));
+    sim.Freeze();
+    QTest::qWait(1000); // the head is silent for this second
+    sim.Thaw();
+
+    QVERIFY(monitor->waitForFinished(kFinishMs));
+    QCOMPARE(monitor->exitStatus(), QProcess::NormalExit);
+    QCOMPARE(monitor->exitCode(), 0);
+    const QByteArray output = monitor->readAllStandardOutput();
+    QVERIFY2(output.contains("link: down\n") && output.indexOf("link: down\n") < output.indexOf("link: up\n"),
+             output.constData());
+    // The start-up jobs were answered on both links: the versions and the UID twice each.
+    const QByteArray trace = monitor->readAllStandardError();
+    int versions = 0;
+    int uids = 0;
+    for (const QByteArray &line : trace.split('\n')) {
+        const QList<QByteArray> cells = line.split('\t');
+        if (cells.size() != 8 || cells[0] != "RX" || cells[4] != "Parameter message")
+            continue;
+        versions += cells[7].startsWith("08 FF 85") ? 1 : 0;
+        uids += cells[7].startsWith("0E FF 87") ? 1 : 0;
+    }
+    QCOMPARE(versions, 2);
+    QCOMPARE(uids, 2);
 }
 
 QTEST_GUILESS_MAIN(TestUnplugCli)
