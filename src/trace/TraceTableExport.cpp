@@ -36,16 +36,15 @@ void TraceTableExport::SaveTrace()
     QFileDialog dialog(m_dialogParent, tr("Save Trace"), m_folder);
     dialog.setAcceptMode(QFileDialog::AcceptSave);
     dialog.setNameFilters({CsvFilter(), TextFilter()});
-    dialog.setDefaultSuffix(QStringLiteral("csv"));
-    connect(&dialog, &QFileDialog::filterSelected, &dialog, [&dialog](const QString &filter) {
-        dialog.setDefaultSuffix(filter == TextFilter() ? QStringLiteral("txt") : QStringLiteral("csv"));
-    });
     if (dialog.exec() != QDialog::Accepted || dialog.selectedFiles().isEmpty())
         return;
-    const QString path = dialog.selectedFiles().first();
+    const bool text = dialog.selectedNameFilter() == TextFilter();
+    const auto format = text ? CTraceExport::Format::Tsv : CTraceExport::Format::Csv;
+    // A name without an extension gets the one of the chosen filter.
+    QString path = dialog.selectedFiles().first();
+    if (QFileInfo(path).suffix().isEmpty())
+        path += text ? QStringLiteral(".txt") : QStringLiteral(".csv");
     m_folder = QFileInfo(path).absolutePath();
-    const auto format = dialog.selectedNameFilter() == TextFilter() ? CTraceExport::Format::Tsv
-                                                                    : CTraceExport::Format::Csv;
     if (!Save(path, format))
         QMessageBox::warning(m_dialogParent, tr("Saving the trace failed"),
                              tr("The trace could not be written to %1: %2\nChoose another file or folder "

@@ -21,6 +21,8 @@ constexpr double kIdleCpuPercent = 20.0;
 constexpr int kFinishMs = 60000;
 // The link procedure calls a silent station every few hundred milliseconds; margin as above.
 constexpr int kLinkUpMs = 15000;
+// The head's UID reply, the last answer of the identification.
+const QRegularExpression kUidReply(QStringLiteral("link tx long .*DATA=0013FE83.*FF87"));
 
 } // namespace
 
@@ -82,6 +84,8 @@ void TestUnplugCli::lostLinkIsReportedWithoutSpinning()
     QProcess *monitor = StartCli({"--device", link, "monitor", "--duration", QString::number(kMonitorMs)});
     QByteArray output;
     QVERIFY2(WaitForOutput(*monitor, output, "actual: ", kReportsMs), output.constData());
+    // The run of a monitor starts once the head is identified.
+    QVERIFY(sim->WaitForLine(kUidReply, kReportsMs));
 
     if (killed)
         sim->Kill();
@@ -119,6 +123,7 @@ void TestUnplugCli::headBackWithinTheRunIsReported()
     QProcess *monitor = StartCli({"--device", link, "monitor", "--duration", QString::number(kMonitorMs)});
     QByteArray output;
     QVERIFY2(WaitForOutput(*monitor, output, "actual: ", kReportsMs), output.constData());
+    QVERIFY(sim.WaitForLine(kUidReply, kReportsMs));
 
     sim.Freeze();
     QVERIFY2(WaitForOutput(*monitor, output, "link: down\n", kLinkDownMs), output.constData());
@@ -141,8 +146,7 @@ void TestUnplugCli::shortMonitorOutlastsAHeadSilentAfterIdentification()
     SimChild sim;
     QVERIFY(sim.Start({"--link", link}));
     QProcess *monitor = StartCli({"--device", link, "--trace", "osi7", "monitor", "--duration", "2000"});
-    // The UID reply ends the identification.
-    QVERIFY(sim.WaitForLine(QRegularExpression(QStringLiteral("link tx long .*DATA=0013FE83.*FF87")), kReportsMs));
+    QVERIFY(sim.WaitForLine(kUidReply, kReportsMs));
     sim.Freeze();
     QTest::qWait(1000); // the head is silent for this second
     sim.Thaw();
