@@ -16,6 +16,7 @@
 #include "settings/LichtwartSettings.h"
 #include "trace/CMultiColumnListModel.h"
 #include "trace/CTraceFormat.h"
+#include "trace/TraceTableExport.h"
 
 #include <QCloseEvent>
 #include <QFileDialog>
@@ -65,6 +66,8 @@ MainWindow::MainWindow(bool bAllowRawHex, const ControllerFactory &createControl
     m_traceColumnFit.setSingleShot(true);
     m_traceColumnFit.setInterval(0);
     connect(&m_traceColumnFit, &QTimer::timeout, this, &MainWindow::FitTraceColumns);
+    m_traceExport = new TraceTableExport(ui->listTrace, m_traceModel, this);
+    connect(ui->actionSaveTrace, &QAction::triggered, m_traceExport, &TraceTableExport::SaveTrace);
     ConfigureTrace();
 
     ConnectController();
@@ -331,8 +334,10 @@ void MainWindow::ConfigureTraceTable()
     QTableView *table = ui->listTrace;
     table->setShowGrid(false);
     table->setCornerButtonEnabled(false);
-    table->setSelectionMode(QAbstractItemView::NoSelection);
-    table->setFocusPolicy(Qt::NoFocus);
+    // Rows can be selected (a click takes the focus) so that Ctrl+C copies them for a colleague.
+    table->setSelectionMode(QAbstractItemView::ExtendedSelection);
+    table->setSelectionBehavior(QAbstractItemView::SelectRows);
+    table->setFocusPolicy(Qt::ClickFocus);
 
     QHeaderView *rows = table->verticalHeader();
     rows->hide();

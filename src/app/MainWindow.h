@@ -22,6 +22,7 @@ class CTrafficLightController;
 class DeviceMaintenance;
 class QAction;
 class QLabel;
+class TraceTableExport;
 
 // The program's only top-level window: every user command as an action in the menus and the tool
 // bar, the connection state, the device's versions and UID in the status bar, and the trace table
@@ -104,6 +105,7 @@ private:
     CTrafficLightController *m_controller = nullptr;
     CFirmwareUpgrade *m_firmwareUpgrade = nullptr;
     CMultiColumnListModel *m_traceModel = nullptr;
+    TraceTableExport *m_traceExport = nullptr; // File > Save Trace..., Ctrl+C in the table
     QTimer m_traceColumnFit; // fits the columns once for a burst of trace rows
     DeviceMaintenance *m_maintenance = nullptr; // the open flasher dialog, the new OSI 2 address
     CCopy2ClipboardLabel *m_uidLabel = nullptr;

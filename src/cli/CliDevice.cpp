@@ -69,7 +69,7 @@ void CliDevice::ReportError(const std::string &)
 void CliDevice::TraceBytes(int level, int direction, const ByteVector &data)
 {
     if (m_traceLevel == CliOptions::TraceLevel::Raw && (direction == kDirectionReceived || direction == kDirectionSent))
-        EmitTraceRow(CTraceFormat::RawRow(direction == kDirectionReceived, CTraceFormat::Timestamp(), CTraceFormat::Octets(data)));
+        emit TraceRow(CTraceFormat::RawRow(direction == kDirectionReceived, CTraceFormat::Timestamp(), CTraceFormat::Octets(data)));
 }
 
 void CliDevice::TraceTelegram(int level, int direction, int frameType, int osi3AddressId, int length, bool prm,
@@ -78,7 +78,7 @@ void CliDevice::TraceTelegram(int level, int direction, int frameType, int osi3A
 {
     if (m_traceLevel != CliOptions::TraceLevel::Osi2 || (direction != kDirectionReceived && direction != kDirectionSent))
         return;
-    EmitTraceRow(CTraceFormat::Osi2Row(direction == kDirectionReceived, CTraceFormat::Timestamp(),
+    emit TraceRow(CTraceFormat::Osi2Row(direction == kDirectionReceived, CTraceFormat::Timestamp(),
                                        CTraceFormat::FrameType(frameType), osi3AddressId, length, prm, fcbOrAcd,
                                        fcvOrDfc, QString::fromStdString(function), address, checksum,
                                        CTraceFormat::Octets(data)));
@@ -89,12 +89,7 @@ void CliDevice::TraceOsi7(int level, int direction, int length, const std::strin
 {
     if (m_traceLevel != CliOptions::TraceLevel::Osi7 || (direction != kDirectionReceived && direction != kDirectionSent))
         return;
-    EmitTraceRow(CTraceFormat::Osi7Row(direction == kDirectionReceived, CTraceFormat::Timestamp(), length,
+    emit TraceRow(CTraceFormat::Osi7Row(direction == kDirectionReceived, CTraceFormat::Timestamp(), length,
                                        QString::fromStdString(fgName), QString::fromStdString(appIdName),
                                        jobNumber, blockCount, CTraceFormat::Octets(block)));
-}
-
-void CliDevice::EmitTraceRow(const QStringList &cells)
-{
-    emit TraceLine(cells.join(QLatin1Char('\t')));
 }

@@ -8,7 +8,7 @@
 
 // The device as the CLI sees it: the protocol stack whose hooks become Qt signals, emitted on the
 // reader and timer threads and delivered queued to the CLI's main thread. Trace records of the chosen
-// level become finished trace lines (cells joined by a tab, as the GUI's table orders them).
+// level become trace rows, their cells in the order of the GUI's table.
 class CliDevice : public QObject, public CStreloDevice
 {
     Q_OBJECT
@@ -26,7 +26,7 @@ signals:
     void Version(int hwMajor, int hwMinor, int hwRevision, int swMajor, int swMinor, int swRelease);
     void Device(const STRELO_PRODUCT *product);
     void Uid(const QString &uid);
-    void TraceLine(const QString &line);
+    void TraceRow(const QStringList &cells);
 
 protected:
     void LinkChanged(bool up) override;
@@ -47,7 +47,5 @@ protected:
                    int jobNumber, int blockCount, const ByteVector &block) override;
 
 private:
-    void EmitTraceRow(const QStringList &cells);
-
     const CliOptions::TraceLevel m_traceLevel;
 };

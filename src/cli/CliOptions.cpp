@@ -50,6 +50,9 @@ bool CliOptions::Parse(const QStringList &arguments)
         } else if (arg == QLatin1String("--trace")) {
             if (!TakeValue(arguments, i, value) || !ParseTrace(value))
                 return false;
+        } else if (arg == QLatin1String("--trace-file")) {
+            if (!TakeValue(arguments, i, traceFile))
+                return false;
         } else if (arg.startsWith(QLatin1String("--"))) {
             return Fail(QStringLiteral("unknown option %1").arg(arg));
         } else {
@@ -59,6 +62,13 @@ bool CliOptions::Parse(const QStringList &arguments)
         }
     }
     return Fail(QStringLiteral("no command given"));
+}
+
+CliOptions::TraceLevel CliOptions::RowLevel() const
+{
+    if (trace != TraceLevel::None || traceFile.isEmpty())
+        return trace;
+    return TraceLevel::Osi7;
 }
 
 bool CliOptions::TakeValue(const QStringList &arguments, int &i, QString &value)
@@ -107,13 +117,15 @@ QString CliOptions::HelpText()
 {
     return QStringLiteral(
         "Usage: lichtwart-cli [--device NAME] [--baud RATE] [--osi2 N] [--osi7 N] [--timeout MS]\n"
-        "                     [--settle MS] [--trace osi7|osi2|raw] [--capture FILE.pcap]\n"
-        "                     COMMAND [ARGS]\n"
+        "                     [--settle MS] [--trace osi7|osi2|raw] [--trace-file FILE]\n"
+        "                     [--capture FILE.pcap] COMMAND [ARGS]\n"
         "       lichtwart-cli --help | --version\n"
         "\n"
         "Talks to one Strelo head over a serial line. Device, baud rate and addresses default to\n"
         "the settings of the Lichtwart program.\n"
         "\n"
+        "--trace LEVEL writes every trace row to stderr (cells joined by a tab); --trace-file FILE\n"
+        "writes them to FILE as CSV with a header row (at the --trace level, OSI 7 without it).\n"
         "--capture FILE.pcap: every chunk the port writes and reads, as it is, also goes to FILE as\n"
         "a pcap capture (link type 250, RTAC serial line); open it with the profile the package\n"
         "installs: wireshark -C Lichtwart FILE.pcap (or tshark -C Lichtwart -r FILE.pcap).\n"
@@ -125,7 +137,8 @@ QString CliOptions::HelpText()
         "  currents                      request the lamp currents\n"
         "  flasher-sync soft|hard        start a flasher synchronisation\n"
         "  set-osi2-address N            give the head a new OSI 2 address (1..199)\n"
-        "  monitor [--duration MS]       print reports (and trace rows) until the time is up\n"
+        "  monitor [--duration MS]       print reports (and trace rows) until the time is up,\n"
+        "                                counted from the identification of the head\n"
         "  firmware-info FILE [--allow-raw-hex] [--wide]\n"
         "  upgrade FILE [--allow-raw-hex] [--upload-baud RATE] [--force] [--no-verify]\n"
         "               [--verify-timeout MS] [--retry PRODUCT]\n"
@@ -144,10 +157,14 @@ QString CliOptions::HelpText()
         "                                and address first; one 'head:' line per head found\n"
         "  ports                         the serial ports present: path, then by-id, description,\n"
         "                                manufacturer, serial and usb fields (tab-separated)\n"
+        "  pack IMAGE --version TEXT --date TEXT --product strelo-002|strelo-003\n"
+        "       [--release-notes TEXT] [--format zip|tar|tar.gz] -o FILE\n"
+        "                                write a firmware package of the S-record IMAGE; an image\n"
+        "                                the upgrade would refuse for that product is refused\n"
         "\n"
         "When the port cannot be opened, a line \"reason: ...\" says why and what to do.\n"
         "\n"
         "Exit codes: 0 success, 1 port not opened, 2 usage error, 3 no link or identification\n"
-        "(scan: no head found),\n"
-        "4 firmware file error, 5 upgrade failed.\n");
+        "(scan: no head found), 4 firmware file error (or the package cannot be written),\n"
+        "5 upgrade failed.\n");
 }

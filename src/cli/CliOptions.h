@@ -17,6 +17,8 @@ public:
     bool HelpRequested() const { return m_help; }
     bool VersionRequested() const { return m_version; }
     static QString HelpText();
+    // The level at which trace rows are made: --trace, or OSI 7 when only --trace-file is given.
+    TraceLevel RowLevel() const;
 
     QString device;
     int baudRate = 0;
@@ -24,8 +26,9 @@ public:
     int osi7Address = 0;
     int timeoutMs = 5000;
     int settleMs = 1000;
-    TraceLevel trace = TraceLevel::None;
-    QString capturePath; // --capture: the line goes to this pcap file
+    TraceLevel trace = TraceLevel::None; // rows to stderr
+    QString traceFile;                    // rows also to this file, as CSV with a header
+    QString capturePath;                  // --capture: the line goes to this pcap file
     QString command;
     QStringList commandArguments;
 

@@ -4,6 +4,8 @@
 #include "SignalWatcher.h"
 #include "ports/PortOpenReason.h"
 #include "settings/LichtwartSettings.h"
+#include "trace/CTraceExport.h"
+#include "trace/CTraceFormat.h"
 
 #include <QCoreApplication>
 #include <QEventLoop>
@@ -26,14 +28,11 @@ DeviceSession::DeviceSession(const CliOptions &options, QTextStream &out, QTextS
     : m_options(options)
     , m_out(out)
     , m_err(err)
-    , m_device(std::make_unique<CliDevice>(options.trace))
+    , m_device(std::make_unique<CliDevice>(options.RowLevel()))
 {
     CliDevice *device = m_device.get();
     connect(device, &CliDevice::LinkChangedSignal, this, &DeviceSession::OnLinkChanged, Qt::QueuedConnection);
-    connect(device, &CliDevice::TraceLine, this, [this](const QString &line) {
-        m_err << line << "\n";
-        m_err.flush();
-    }, Qt::QueuedConnection);
+    connect(device, &CliDevice::TraceRow, this, &DeviceSession::WriteTraceRow, Qt::QueuedConnection);
     connect(device, &CliDevice::ActualValue, this, [this](int image, bool on, bool blink) {
         PrintLine(QStringLiteral("actual: image=%1 on=%2 blink=%3").arg(image).arg(Bool01(on), Bool01(blink)));
     }, Qt::QueuedConnection);
@@ -50,6 +49,7 @@ DeviceSession::DeviceSession(const CliOptions &options, QTextStream &out, QTextS
         m_hardware = QStringLiteral("%1.%2.%3").arg(hw1).arg(hw2).arg(hw3);
         m_software = QStringLiteral("%1.%2.%3").arg(sw1).arg(sw2).arg(sw3);
         m_haveVersion = true;
+        m_versionOnThisLink = true;
         Reevaluate();
     }, Qt::QueuedConnection);
     connect(device, &CliDevice::Device, this, [this](const STRELO_PRODUCT *product) {
@@ -61,6 +61,7 @@ DeviceSession::DeviceSession(const CliOptions &options, QTextStream &out, QTextS
     connect(device, &CliDevice::Uid, this, [this](const QString &uid) {
         m_uid = uid;
         m_haveUid = true;
+        m_uidOnThisLink = true;
         Reevaluate();
     }, Qt::QueuedConnection);
 
@@ -77,6 +78,8 @@ DeviceSession::~DeviceSession() = default;
 bool DeviceSession::Open()
 {
     m_haveVersion = m_haveDevice = m_haveUid = false;
+    if (!OpenTraceFile())
+        return false;
     const int baudIndex = CAsync::BaudIndexForRate(m_options.baudRate);
     if (!m_device->OpenLink(m_options.device.toStdString(), baudIndex, false)) {
         m_err << "error: the device " << m_options.device << " could not be opened\n";
@@ -157,13 +160,18 @@ int DeviceSession::RunMonitor(int durationMs)
 {
     if (!Open())
         return kExitOpenFailed;
+    // Reports that arrive while the link comes up are printed too; the duration counts from the
+    // identification, so a short monitor always sees the head, however long the link took.
     m_printReports = true;
-    Settle(durationMs);
-    Finish();
-    if (!m_linkSeen && !m_interrupted) {
-        m_err << "error: no link to the device on " << m_options.device << " within " << durationMs << " ms\n";
+    if (!Identify()) {
+        Finish();
         return kExitNoLink;
     }
+    Settle(durationMs);
+    // A head lost during the run gets up to --timeout to come back and answer its start-up jobs
+    // again, so the monitor never ends in the middle of rebuilding the link.
+    WaitFor([this] { return m_linkUp && m_versionOnThisLink && m_uidOnThisLink; }, m_options.timeoutMs);
+    Finish();
     return kExitOk;
 }
 
@@ -224,10 +232,43 @@ void DeviceSession::OnLinkChanged(bool up)
     // repeated failed cycles of a silent head and our own Disconnect are not.
     if (m_linkSeen && up != m_linkUp && !m_closing)
         PrintLine(up ? QStringLiteral("link: up") : QStringLiteral("link: down"));
+    if (up != m_linkUp)
+        m_versionOnThisLink = m_uidOnThisLink = false;
     m_linkUp = up;
     m_linkSeen = m_linkSeen || up;
     emit LinkChanged(up);
     Reevaluate();
+}
+
+bool DeviceSession::OpenTraceFile()
+{
+    if (m_options.traceFile.isEmpty() || m_traceFile.isOpen())
+        return true;
+    m_traceFile.setFileName(m_options.traceFile);
+    const int level = m_options.RowLevel() == CliOptions::TraceLevel::Osi2  ? CTraceFormat::Osi2
+                      : m_options.RowLevel() == CliOptions::TraceLevel::Raw ? CTraceFormat::Raw
+                                                                            : CTraceFormat::Osi7;
+    if (!m_traceFile.open(QIODevice::WriteOnly | QIODevice::Truncate)
+        || m_traceFile.write(CTraceExport::Line(CTraceExport::Format::Csv, CTraceFormat::Headers(level)).toUtf8()) < 0) {
+        m_err << "error: the trace file " << m_options.traceFile << " cannot be written: " << m_traceFile.errorString()
+              << "\n";
+        m_err.flush();
+        return false;
+    }
+    return true;
+}
+
+// Each row is flushed as it comes, so the file holds the trace up to the end of an interrupted run.
+void DeviceSession::WriteTraceRow(const QStringList &cells)
+{
+    if (m_options.trace != CliOptions::TraceLevel::None) {
+        m_err << cells.join(QLatin1Char('\t')) << "\n";
+        m_err.flush();
+    }
+    if (m_traceFile.isOpen()) {
+        m_traceFile.write(CTraceExport::Line(CTraceExport::Format::Csv, cells).toUtf8());
+        m_traceFile.flush();
+    }
 }
 
 void DeviceSession::PrintLine(const QString &line)

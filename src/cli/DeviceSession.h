@@ -2,6 +2,7 @@
 
 #include "CliOptions.h"
 
+#include <QFile>
 #include <QObject>
 #include <QTextStream>
 
@@ -38,7 +39,8 @@ public:
     int RunIdentify();
     // Any other device command: the action once the device is identified, then the settle time.
     int RunAction(const Action &action);
-    // monitor: reports (and trace lines) for the duration or until SIGINT/SIGTERM.
+    // monitor: once the head is identified, reports (and trace rows) for the duration or until
+    // SIGINT/SIGTERM.
     int RunMonitor(int durationMs);
 
     // The steps the commands are made of. Open and Identify print what went wrong. Every Open
@@ -69,11 +71,14 @@ private:
     void Settle(int milliseconds);
     void OnLinkChanged(bool up);
     void PrintLine(const QString &line);
+    bool OpenTraceFile();
+    void WriteTraceRow(const QStringList &cells);
 
     const CliOptions &m_options;
     QTextStream &m_out;
     QTextStream &m_err;
     std::unique_ptr<CliDevice> m_device;
+    QFile m_traceFile; // --trace-file: the trace rows as CSV
     QEventLoop *m_loop = nullptr;
     std::function<bool()> m_condition;
     bool m_interrupted = false;
@@ -85,6 +90,8 @@ private:
     bool m_haveVersion = false;
     bool m_haveDevice = false;
     bool m_haveUid = false;
+    bool m_versionOnThisLink = false; // the replies of the start-up jobs since the last link change
+    bool m_uidOnThisLink = false;
     QString m_hardware;
     QString m_software;
     QString m_product;

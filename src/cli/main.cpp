@@ -4,6 +4,7 @@
 #include "FirmwareInfoCommand.h"
 #include "PortsCommand.h"
 #include "ScanCommand.h"
+#include "PackCommand.h"
 #include "UpgradeCommand.h"
 #include "settings/LichtwartSettings.h"
 
@@ -47,6 +48,8 @@ int main(int argc, char *argv[])
         return RunFirmwareInfoCommand(options.commandArguments, out, err);
     if (options.command == QLatin1String("ports"))
         return RunPortsCommand(options.commandArguments, out, err);
+    if (options.command == QLatin1String("pack"))
+        return RunPackCommand(options.commandArguments, out, err);
     if (options.command == QLatin1String("upgrade"))
         return RunUpgradeCommand(options, out, err);
     if (options.command == QLatin1String("scan"))

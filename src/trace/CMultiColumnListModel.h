@@ -33,6 +33,10 @@ public:
     // is over its limit. Returns the index of the last row, column 0.
     QModelIndex AddRow(const QString &qstrIconKey, const QStringList &cells);
 
+    // What the table shows, for saving and copying the trace.
+    QStringList Headers() const { return m_headers; }
+    QStringList RowCells(int row) const { return m_rows.at(static_cast<std::size_t>(row)); }
+
 private:
     bool IsLastColumn(int column) const { return column == m_headers.size() - 1; }
 

@@ -32,6 +32,7 @@
 #include <QStatusBar>
 #include <QTableView>
 #include <QToolBar>
+#include <QTemporaryDir>
 #include <QtTest>
 
 #include <memory>
@@ -223,7 +224,7 @@ private slots:
         for (QAction *action : m_window->findChildren<QAction *>(QString(), Qt::FindDirectChildrenOnly))
             if (action->objectName().startsWith(QLatin1String("action")))
                 names << action->objectName();
-        QCOMPARE(names, QStringList({"actionExit", "actionOptions", "actionAbout", "actionConnect", "actionClearlog",
+        QCOMPARE(names, QStringList({"actionExit", "actionSaveTrace", "actionOptions", "actionAbout", "actionConnect", "actionClearlog",
                                      "actionDisconnect", "actionStreloVisual", "actionFSync", "actionSetOSI2Address",
                                      "actionUpgradeFirmware", "actionFindDevice", "actionCaptureLine"}));
     }
@@ -237,7 +238,7 @@ private slots:
         QCOMPARE(menus, QStringList({"menuExit=&File", "menuView=View", "menuTools=Tools", "menuHelp=Help"}));
         auto menu = [this](const char *name) { return m_window->findChild<QMenu *>(QLatin1String(name))->actions(); };
         // File > Capture Line to File... is an addition of this program's own, above Exit.
-        QCOMPARE(Texts(menu("menuExit")), QStringList({"actionCaptureLine", "|", "actionExit"}));
+        QCOMPARE(Texts(menu("menuExit")), QStringList({"actionSaveTrace", "|", "actionCaptureLine", "|", "actionExit"}));
         QCOMPARE(Texts(menu("menuView")), QStringList({"actionClearlog"}));
         QCOMPARE(Texts(menu("menuTools")),
                  QStringList({"actionConnect", "actionDisconnect", "|", "actionStreloVisual", "actionFSync", "|",
@@ -611,8 +612,10 @@ private slots:
         QTableView *table = Trace();
         QVERIFY(!table->showGrid());
         QVERIFY(!table->isCornerButtonEnabled());
-        QCOMPARE(table->selectionMode(), QAbstractItemView::NoSelection);
-        QCOMPARE(table->focusPolicy(), Qt::NoFocus);
+        // Rows can be selected, so that Ctrl+C copies them.
+        QCOMPARE(table->selectionMode(), QAbstractItemView::ExtendedSelection);
+        QCOMPARE(table->selectionBehavior(), QAbstractItemView::SelectRows);
+        QCOMPARE(table->focusPolicy(), Qt::ClickFocus);
         QVERIFY(table->verticalHeader()->isHidden());
         QCOMPARE(table->verticalHeader()->sectionResizeMode(0), QHeaderView::Fixed);
         QCOMPARE(table->verticalHeader()->defaultSectionSize(), 16);
@@ -760,6 +763,148 @@ private slots:
         EmitEveryTraceSignal();
         QCOMPARE(TraceModel()->rowCount(), 1);
         QCOMPARE(TraceModel()->index(0, 3).data().toString(), QStringLiteral("Signal"));
+    }
+
+    // --- keeping the trace ---
+
+private:
+    // Rows of each level, one cell with a comma and a double quote.
+    void EmitRowsWithAwkwardCells()
+    {
+        emit Controller()->TraceAsync(true, QStringLiteral("E5, \"x\""));
+        emit Controller()->TraceAsync(false, QStringLiteral("10 49 01 4A 16"));
+        emit Controller()->TraceOSI2(true, QStringLiteral("Short"), 0, 0, false, true, false, QStringLiteral("S1, \"ok\""), 1,
+                                     0x4A, QString());
+        emit Controller()->TraceOSI2(false, QStringLiteral("Long"), 0, 7, true, true, true, QStringLiteral("D"), 1, 0x12,
+                                     QStringLiteral("00 07"));
+        emit Controller()->TraceOSI7(true, 7, QStringLiteral("Signal"), QStringLiteral("Command reply, \"short\""), 1, 1,
+                                     QStringLiteral("02 01 37"));
+        emit Controller()->TraceOSI7(false, 7, QStringLiteral("System"), QStringLiteral("Parameter request"), 2, 1,
+                                     QStringLiteral("02 FF 87"));
+    }
+    // A CSV text split into rows and fields, quoted fields taken apart as RFC 4180 writes them.
+    static QList<QStringList> ParseCsv(const QString &text)
+    {
+        QList<QStringList> rows;
+        QStringList row;
+        QString field;
+        bool quoted = false;
+        for (qsizetype i = 0; i < text.size(); ++i) {
+            const QChar c = text[i];
+            if (quoted && c == '"' && i + 1 < text.size() && text[i + 1] == '"') {
+                field += '"';
+                ++i;
+            } else if (c == '"') {
+                quoted = !quoted;
+            } else if (!quoted && c == ',') {
+                row << field;
+                field.clear();
+            } else if (!quoted && c == '\r' && i + 1 < text.size() && text[i + 1] == '\n') {
+                row << field;
+                rows << row;
+                row.clear();
+                field.clear();
+                ++i;
+            } else {
+                field += c;
+            }
+        }
+        return rows;
+    }
+    QString SaveThroughTheMenu(const QString &path, const QString &filter)
+    {
+        OnNextModal<QFileDialog>(this, [path, filter](QFileDialog *dialog) {
+            dialog->selectNameFilter(filter);
+            dialog->selectFile(path);
+            static_cast<QDialog *>(dialog)->accept(); // QFileDialog's own accept() is protected
+        });
+        Action("actionSaveTrace")->trigger();
+        QFile file(path);
+        return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : QString();
+    }
+
+private slots:
+    void savedCsvEqualsTheTableAtEachLevel_data()
+    {
+        QTest::addColumn<int>("level");
+        QTest::newRow("OSI 7") << 0;
+        QTest::newRow("OSI 2") << 1;
+        QTest::newRow("raw") << 2;
+    }
+    void savedCsvEqualsTheTableAtEachLevel()
+    {
+        QFETCH(int, level);
+        ConfigureTrace(true, level);
+        OpenWindow();
+        EmitRowsWithAwkwardCells();
+        QCOMPARE(TraceModel()->rowCount(), 2);
+        QTemporaryDir dir;
+        const QString text = SaveThroughTheMenu(dir.filePath(QStringLiteral("trace.csv")),
+                                                QStringLiteral("Comma-separated values (*.csv)"));
+        QList<QStringList> expected = {Headers()};
+        for (int row = 0; row < TraceModel()->rowCount(); ++row)
+            expected << TraceRow(row);
+        QCOMPARE(ParseCsv(text), expected);
+        QVERIFY(text.endsWith(QStringLiteral("\r\n")));
+        QVERIFY(text.contains(QStringLiteral(",\"")));
+    }
+
+    void theTextFilterWritesTabSeparatedText()
+    {
+        ConfigureTrace(true, 0);
+        OpenWindow();
+        EmitRowsWithAwkwardCells();
+        QTemporaryDir dir;
+        // Without an extension the chosen filter's is added.
+        SaveThroughTheMenu(dir.filePath(QStringLiteral("trace")), QStringLiteral("Tab-separated text (*.txt)"));
+        QFile file(dir.filePath(QStringLiteral("trace.txt")));
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        const QStringList lines = QString::fromUtf8(file.readAll()).split('\n', Qt::SkipEmptyParts);
+        QCOMPARE(lines.size(), 3);
+        QCOMPARE(lines[0], Headers().join('\t'));
+        QCOMPARE(lines[1], TraceRow(0).join('\t'));
+        QCOMPARE(lines[2], TraceRow(1).join('\t'));
+    }
+
+    void aSaveThatFailsSaysSo()
+    {
+        ConfigureTrace(true, 2);
+        OpenWindow();
+        EmitRowsWithAwkwardCells();
+        QTemporaryDir dir;
+        QString shown;
+        OnNextModal<QFileDialog>(this, [&](QFileDialog *dialog) {
+            OnNextModal<QMessageBox>(this, [&shown](QMessageBox *box) {
+                shown = box->windowTitle() + '|' + box->text();
+                box->accept();
+            });
+            dialog->selectFile(dir.filePath(QStringLiteral("no/such/folder/trace.csv")));
+            static_cast<QDialog *>(dialog)->accept(); // QFileDialog's own accept() is protected
+        });
+        Action("actionSaveTrace")->trigger();
+        QTRY_VERIFY(!shown.isEmpty());
+        QVERIFY2(shown.startsWith(QStringLiteral("Saving the trace failed|The trace could not be written to ")), qPrintable(shown));
+        QVERIFY(shown.contains(QStringLiteral("Choose another file or folder and save again.")));
+    }
+
+    void ctrlCCopiesExactlyTheSelectedRows()
+    {
+        ConfigureTrace(true, 1);
+        OpenWindow();
+        EmitRowsWithAwkwardCells();
+        emit Controller()->TraceOSI2(true, QStringLiteral("Acknowledge"), 0, 0, false, false, false, QStringLiteral("ACK"),
+                                     0, 0, QString());
+        QCOMPARE(TraceModel()->rowCount(), 3);
+        QTableView *table = Trace();
+        QGuiApplication::clipboard()->clear();
+        // Rows 0 and 2, chosen with a click and a Ctrl+click, in the order of the table.
+        QTest::mouseClick(table->viewport(), Qt::LeftButton, {}, table->visualRect(TraceModel()->index(2, 1)).center());
+        QTest::mouseClick(table->viewport(), Qt::LeftButton, Qt::ControlModifier,
+                          table->visualRect(TraceModel()->index(0, 1)).center());
+        QCOMPARE(table->selectionModel()->selectedRows().size(), 2);
+        QTest::keyClick(table, Qt::Key_C, Qt::ControlModifier);
+        QCOMPARE(QGuiApplication::clipboard()->text(),
+                 Headers().join('\t') + '\n' + TraceRow(0).join('\t') + '\n' + TraceRow(2).join('\t') + '\n');
     }
 };
 

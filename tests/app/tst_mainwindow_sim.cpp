@@ -5,6 +5,7 @@
 #include "SimProcess.h"
 #include "controller/CTrafficLightController.h"
 #include "settings/LichtwartSettings.h"
+#include "trace/TraceTableExport.h"
 
 #include <QAction>
 #include <QLCDNumber>
@@ -14,6 +15,7 @@
 #include <QSlider>
 #include <QStatusBar>
 #include <QTableView>
+#include <QTemporaryDir>
 #include <QtTest>
 
 #include <memory>
@@ -177,6 +179,36 @@ private slots:
         });
         QCOMPARE(userData.mid(2, 2), QStringList({"0", "7"}));
         QCOMPARE(userData.value(9), QStringLiteral("D"));
+    }
+
+    // Saving copies the table on this thread and writes the copy; the link goes on polling, and the
+    // rows that arrive meanwhile are appended after the save: none is lost.
+    void aSaveWhileTheLinkPollsLosesNoRow()
+    {
+        Start({}, 1);
+        WaitUntilIdentified();
+        int traced = 0;
+        connect(m_window->Controller(), &CTrafficLightController::TraceOSI2, this, [&traced] { ++traced; },
+                Qt::QueuedConnection);
+        const int before = Trace()->model()->rowCount();
+        auto *exporter = m_window->findChild<TraceTableExport *>();
+        QVERIFY(exporter != nullptr);
+        QTemporaryDir dir;
+        int lastSaved = 0;
+        for (int save = 0; save < 5; ++save) {
+            const QString path = dir.filePath(QStringLiteral("trace-%1.csv").arg(save));
+            const int shown = Trace()->model()->rowCount();
+            QVERIFY(exporter->Save(path, CTraceExport::Format::Csv));
+            QFile file(path);
+            QVERIFY(file.open(QIODevice::ReadOnly));
+            const int saved = int(file.readAll().count("\r\n")) - 1;
+            QCOMPARE(saved, shown);
+            QVERIFY(saved > lastSaved || save == 0);
+            lastSaved = saved;
+            QTRY_VERIFY_WITH_TIMEOUT(Trace()->model()->rowCount() > shown, kLinkMs); // the link polls on
+        }
+        QTRY_COMPARE_WITH_TIMEOUT(Trace()->model()->rowCount(), before + traced, kLinkMs);
+        QVERIFY(traced >= 5);
     }
 
     void theRawTraceShowsTheBytes()

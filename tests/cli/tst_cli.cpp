@@ -1,5 +1,6 @@
 #include "FirmwarePackageBuilder.h"
 #include "SimProcess.h"
+#include "firmware/CFirmwareFile.h"
 
 #include <QDir>
 #include <QFile>
@@ -50,6 +51,15 @@ private slots:
     void flasherSyncSoftIsABroadcast();
     void firmwareInfoOfAPackage();
     void upgradeFlashesThePackageByteForByte();
+    void packRoundTrip_data();
+    void packRoundTrip();
+    void packRefusesWhatTheLoaderRefuses_data();
+    void packRefusesWhatTheLoaderRefuses();
+    void packUsageErrors_data();
+    void packUsageErrors();
+    void traceFileHoldsTheRowsAsCsv();
+    void traceFileAtTheTraceLevelEqualsTheStderrRows();
+    void demoPackagesUpgradeTheSimulatedHead();
 
 private:
     CliResult Run(const QStringList &arguments, int timeoutMs = 30000);
@@ -79,7 +89,10 @@ CliResult TestCli::Run(const QStringList &arguments, int timeoutMs)
 {
     QProcess *process = Start(arguments);
     CliResult result;
-    if (!process->waitForFinished(timeoutMs)) {
+    // The event loop runs meanwhile, so a simulator's log is read as it comes and never fills its
+    // pipe (a long upload logs more than a pipe holds).
+    process->waitForStarted();
+    if (!QTest::qWaitFor([process] { return process->state() == QProcess::NotRunning; }, timeoutMs)) {
         process->kill();
         process->waitForFinished();
         return result;
@@ -416,6 +429,219 @@ void TestCli::upgradeFlashesThePackageByteForByte()
     const CliResult after = Run({"--device", sim.DevicePath(), "identify"});
     QCOMPARE(after.exitCode, 0);
     QVERIFY2(after.out.contains(QStringLiteral("software: 1.5.0\n")), qPrintable(after.out));
+}
+
+void TestCli::packRoundTrip_data()
+{
+    QTest::addColumn<QString>("product");
+    QTest::addColumn<QString>("format");
+    for (const char *product : {"strelo-002", "strelo-003"})
+        for (const char *format : {"zip", "tar", "tar.gz"})
+            QTest::addRow("%s %s", product, format) << QString::fromLatin1(product) << QString::fromLatin1(format);
+}
+
+void TestCli::packRoundTrip()
+{
+    QFETCH(QString, product);
+    QFETCH(QString, format);
+    const bool wide = product == QLatin1String("strelo-003");
+    QTemporaryDir dir;
+    const QString imagePath = dir.filePath(QStringLiteral("head.mhx"));
+    const QString package = dir.filePath(QStringLiteral("head.fwp"));
+    const QByteArray image = FirmwarePackageBuilder::Image(
+        {{0x2000, QByteArray(70, '\x21')}, {0x8000, QByteArray(10, '\x42')}}, wide);
+    QVERIFY(FirmwarePackageBuilder::WriteFile(imagePath, image));
+    const QString notes = QStringLiteral("Fixes <flasher> & \"phase\", 'dim' mode");
+
+    const CliResult packed = Run({"pack", imagePath, "--version", "2.10.3", "--date", "2026-11-23 & later",
+                                  "--product", product, "--release-notes", notes, "--format", format, "-o", package});
+    QCOMPARE(packed.err, QString());
+    QCOMPARE(packed.exitCode, 0);
+    QCOMPARE(packed.out, QStringLiteral("wrote %1\n").arg(package));
+    QCOMPARE(QDir(dir.path()).entryList(QDir::Files), (QStringList {"head.fwp", "head.mhx"}));
+
+    QStringList info = {"firmware-info", package};
+    if (wide)
+        info << QStringLiteral("--wide");
+    const CliResult shown = Run(info);
+    QCOMPARE(shown.exitCode, 0);
+    QCOMPARE(shown.out, QStringLiteral("version: 2.10.3\ndate: 2026-11-23 & later\nmd5: %1\nblocks: 2\nbytes: 80\n"
+                                       "block: 0x00002000 70\nblock: 0x00008000 10\n")
+                            .arg(QString::fromLatin1(FirmwarePackageBuilder::Md5(image))));
+
+    // The manifest gives back every text as it was given, and the image is the member byte for byte.
+    CFirmwareFile loaded;
+    loaded.Load(package.toStdString(), false, wide);
+    QCOMPARE(QString::fromStdString(loaded.GetProduct()), product);
+    QCOMPARE(QString::fromStdString(loaded.GetReleaseNotes()), notes);
+    QCOMPARE(QString::fromStdString(loaded.GetPackageVersion()), QStringLiteral("1.0"));
+    const ByteVector &bytes = loaded.GetFirmwareBytes();
+    QCOMPARE(QByteArray(reinterpret_cast<const char *>(bytes.data()), qsizetype(bytes.size())), image);
+}
+
+void TestCli::packRefusesWhatTheLoaderRefuses_data()
+{
+    QTest::addColumn<QString>("product");
+    QTest::addColumn<QByteArray>("image");
+    QTest::addColumn<QString>("error");
+    const QByteArray narrow = FirmwarePackageBuilder::Image({{0x1000, QByteArray(8, '\x01')}}, false);
+    const QByteArray wide = FirmwarePackageBuilder::Image({{0x1000, QByteArray(8, '\x01')}}, true);
+    QByteArray badChecksum = narrow;
+    const qsizetype end = badChecksum.indexOf("\r\n", badChecksum.indexOf("S2"));
+    badChecksum[end - 1] = badChecksum[end - 1] == '0' ? '1' : '0';
+    QTest::newRow("24-bit records for strelo-003")
+        << "strelo-003" << narrow << "firmware error 8: Records of type 'S2' are not supported\n";
+    QTest::newRow("32-bit records for strelo-002")
+        << "strelo-002" << wide << "firmware error 8: Records of type 'S3' are not supported\n";
+    QTest::newRow("wrong checksum") << "strelo-002" << badChecksum << "firmware error 13: Record has wrong checksum\n";
+    QTest::newRow("no data") << "strelo-002" << FirmwarePackageBuilder::Image({}, false)
+                             << "firmware error 14: The firmware image holds no data to write\n";
+}
+
+void TestCli::packRefusesWhatTheLoaderRefuses()
+{
+    QFETCH(QString, product);
+    QFETCH(QByteArray, image);
+    QFETCH(QString, error);
+    QTemporaryDir dir;
+    const QString imagePath = dir.filePath(QStringLiteral("head.mhx"));
+    QVERIFY(FirmwarePackageBuilder::WriteFile(imagePath, image));
+    const CliResult result = Run({"pack", imagePath, "--version", "1.0.0", "--date", "today", "--product", product,
+                                  "-o", dir.filePath(QStringLiteral("head.fwp"))});
+    QCOMPARE(result.exitCode, 4);
+    QCOMPARE(result.err, error);
+    QVERIFY(result.out.isEmpty());
+    // Nothing is left behind: no package, no half-written temporary file.
+    QCOMPARE(QDir(dir.path()).entryList(QDir::Files | QDir::Hidden), QStringList {"head.mhx"});
+
+    // A missing image is refused with the loader's own text too.
+    const QString missing = dir.filePath(QStringLiteral("none.mhx"));
+    const CliResult absent = Run({"pack", missing, "--version", "1", "--date", "d", "--product", product, "-o",
+                                  dir.filePath(QStringLiteral("x.fwp"))});
+    QCOMPARE(absent.exitCode, 4);
+    QVERIFY2(absent.err.startsWith(QStringLiteral("firmware error 0: ")), qPrintable(absent.err));
+    QCOMPARE(QDir(dir.path()).entryList(QDir::Files | QDir::Hidden), QStringList {"head.mhx"});
+}
+
+void TestCli::packUsageErrors_data()
+{
+    QTest::addColumn<QStringList>("arguments");
+    QTest::addColumn<QString>("problem");
+    const QStringList full = {"pack", "i.mhx", "--version", "1", "--date", "d", "--product", "strelo-002", "-o", "p.fwp"};
+    QTest::newRow("no version") << QStringList(full).mid(0, 2) + full.mid(4) << "--version is missing";
+    QTest::newRow("no output") << full.mid(0, 8) << "-o is missing";
+    QTest::newRow("no image") << QStringList {"pack"} + full.mid(2) << "no image given";
+    QTest::newRow("product") << QStringList(full).replaceInStrings("strelo-002", "strelo-009")
+                             << "--product takes strelo-002 or strelo-003, not 'strelo-009'";
+    QTest::newRow("format") << full + QStringList {"--format", "rar"} << "--format takes zip, tar or tar.gz, not 'rar'";
+    QTest::newRow("twice") << full + QStringList {"--date", "e"} << "option --date given twice";
+    QTest::newRow("unknown") << full + QStringList {"--force"} << "unknown option --force";
+    QTest::newRow("value missing") << full + QStringList {"--release-notes"} << "option --release-notes needs a value";
+}
+
+void TestCli::packUsageErrors()
+{
+    QFETCH(QStringList, arguments);
+    QFETCH(QString, problem);
+    const CliResult result = Run(arguments);
+    QCOMPARE(result.exitCode, 2);
+    QCOMPARE(result.err.section('\n', 0, 0), QStringLiteral("lichtwart-cli pack: ") + problem);
+    QVERIFY(result.err.contains(QStringLiteral("usage: lichtwart-cli pack IMAGE")));
+}
+
+namespace {
+
+// A CSV file split into its lines and fields; every field here is unquoted.
+QList<QStringList> CsvRows(const QString &path)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        return {};
+    QList<QStringList> rows;
+    const QByteArray text = file.readAll();
+    if (!text.endsWith("\r\n"))
+        return {};
+    for (const QByteArray &line : text.split('\n'))
+        if (!line.isEmpty())
+            rows << QString::fromUtf8(line.chopped(1)).split(',');
+    return rows;
+}
+
+} // namespace
+
+void TestCli::traceFileHoldsTheRowsAsCsv()
+{
+    SimProcess sim;
+    QVERIFY(sim.Start({}));
+    QTemporaryDir dir;
+    const QString traceFile = dir.filePath(QStringLiteral("trace.csv"));
+    const CliResult result = Run({"--device", sim.DevicePath(), "--trace-file", traceFile, "identify"});
+    QCOMPARE(result.exitCode, 0);
+    QVERIFY(result.out.startsWith(QStringLiteral("product: strelo-002\n")));
+    QCOMPARE(result.err, QString()); // without --trace nothing goes to stderr
+    const QList<QStringList> rows = CsvRows(traceFile);
+    QVERIFY(rows.size() > 10);
+    QCOMPARE(rows[0], (QStringList {"Direction", "Timestamp", "Length", "Func. Group", "Application ID", "Jobnumber",
+                                    "Blockcount", "Data"}));
+    for (const QStringList &row : rows.mid(1))
+        QCOMPARE(row.size(), 8);
+    // The versions and UID requests and their replies are in it, at the OSI 7 level.
+    QVERIFY(std::any_of(rows.begin(), rows.end(), [](const QStringList &row) {
+        return row[0] == QLatin1String("RX") && row[4] == QLatin1String("Parameter message") && row[7].contains("FF 87");
+    }));
+
+    const CliResult refused = Run({"--device", sim.DevicePath(), "--trace-file", dir.filePath("no/such/folder.csv"),
+                                   "identify"});
+    QCOMPARE(refused.exitCode, 1);
+    QVERIFY2(refused.err.startsWith(QStringLiteral("error: the trace file %1 cannot be written: ")
+                                        .arg(dir.filePath("no/such/folder.csv"))), qPrintable(refused.err));
+}
+
+void TestCli::traceFileAtTheTraceLevelEqualsTheStderrRows()
+{
+    SimProcess sim;
+    QVERIFY(sim.Start({}));
+    QTemporaryDir dir;
+    const QString traceFile = dir.filePath(QStringLiteral("trace.csv"));
+    const CliResult result = Run({"--device", sim.DevicePath(), "--trace", "osi2", "--trace-file", traceFile,
+                                  "--settle", "0", "lamp", "red"});
+    QCOMPARE(result.exitCode, 0);
+    QList<QStringList> stderrRows;
+    for (const QString &line : result.err.split('\n', Qt::SkipEmptyParts))
+        stderrRows << line.split('\t');
+    QList<QStringList> rows = CsvRows(traceFile);
+    QVERIFY(!rows.isEmpty());
+    QCOMPARE(rows.takeFirst().size(), 14);
+    QVERIFY(rows.size() > 10);
+    QCOMPARE(rows, stderrRows);
+}
+
+void TestCli::demoPackagesUpgradeTheSimulatedHead()
+{
+    // The packages of `make run`, made by the same script, flashed into the head it starts.
+    QTemporaryDir dir;
+    QProcess make;
+    make.start(QStringLiteral(LICHTWART_SOURCE_DIR "/scripts/make-demo-firmware.sh"),
+               {dir.path(), qEnvironmentVariable("LICHTWART_BIN_DIR")});
+    QVERIFY(make.waitForFinished(60000));
+    QCOMPARE(make.exitCode(), 0);
+    const QString newer = dir.filePath(QStringLiteral("strelo-002-1.5.0.fwp"));
+    const QString older = dir.filePath(QStringLiteral("strelo-002-1.3.0.fwp"));
+    QCOMPARE(QString::fromUtf8(make.readAllStandardOutput()), newer + '\n' + older + '\n');
+
+    SimProcess sim;
+    QVERIFY(sim.Start({}));
+    const CliResult before = Run({"--device", sim.DevicePath(), "identify"});
+    QVERIFY2(before.out.contains(QStringLiteral("product: strelo-002\n")), qPrintable(before.out));
+    QVERIFY(before.out.contains(QStringLiteral("software: 1.4.2\n")));
+    for (const QString &version : {QStringLiteral("1.5.0"), QStringLiteral("1.3.0")}) {
+        const CliResult upgrade = Run({"--device", sim.DevicePath(), "upgrade",
+                                       version == QLatin1String("1.5.0") ? newer : older}, 240000);
+        QVERIFY2(upgrade.exitCode == 0, qPrintable(version + ": " + upgrade.out + upgrade.err.right(400)));
+        QCOMPARE(upgrade.out.split('\n', Qt::SkipEmptyParts).last(), QStringLiteral("All done, please close this window now"));
+        const CliResult after = Run({"--device", sim.DevicePath(), "identify"});
+        QVERIFY2(after.out.contains(QStringLiteral("software: %1\n").arg(version)), qPrintable(after.out));
+    }
 }
 
 QTEST_GUILESS_MAIN(TestCli)

@@ -6,6 +6,7 @@
 #include "SimChild.h"
 
 #include <QProcess>
+#include <QRegularExpression>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -20,6 +21,8 @@ constexpr double kIdleCpuPercent = 20.0;
 constexpr int kFinishMs = 60000;
 // The link procedure calls a silent station every few hundred milliseconds; margin as above.
 constexpr int kLinkUpMs = 15000;
+// The head's UID reply, the last answer of the identification.
+const QRegularExpression kUidReply(QStringLiteral("link tx long .*DATA=0013FE83.*FF87"));
 
 } // namespace
 
@@ -32,6 +35,7 @@ private slots:
     void lostLinkIsReportedWithoutSpinning_data();
     void lostLinkIsReportedWithoutSpinning();
     void headBackWithinTheRunIsReported();
+    void shortMonitorOutlastsAHeadSilentAfterIdentification();
 
 private:
     QProcess *StartCli(const QStringList &arguments);
@@ -80,6 +84,8 @@ void TestUnplugCli::lostLinkIsReportedWithoutSpinning()
     QProcess *monitor = StartCli({"--device", link, "monitor", "--duration", QString::number(kMonitorMs)});
     QByteArray output;
     QVERIFY2(WaitForOutput(*monitor, output, "actual: ", kReportsMs), output.constData());
+    // The run of a monitor starts once the head is identified.
+    QVERIFY(sim->WaitForLine(kUidReply, kReportsMs));
 
     if (killed)
         sim->Kill();
@@ -117,6 +123,7 @@ void TestUnplugCli::headBackWithinTheRunIsReported()
     QProcess *monitor = StartCli({"--device", link, "monitor", "--duration", QString::number(kMonitorMs)});
     QByteArray output;
     QVERIFY2(WaitForOutput(*monitor, output, "actual: ", kReportsMs), output.constData());
+    QVERIFY(sim.WaitForLine(kUidReply, kReportsMs));
 
     sim.Freeze();
     QVERIFY2(WaitForOutput(*monitor, output, "link: down\n", kLinkDownMs), output.constData());
@@ -129,6 +136,40 @@ void TestUnplugCli::headBackWithinTheRunIsReported()
     output += monitor->readAllStandardOutput();
     QCOMPARE(output.count("link: down\n"), 1);
     QCOMPARE(output.count("link: up\n"), 1);
+}
+
+// monitor --duration counts from the identification; a head silent for a second right after it is
+// lost, found again and identified again before the monitor ends, however short its duration.
+void TestUnplugCli::shortMonitorOutlastsAHeadSilentAfterIdentification()
+{
+    const QString link = m_dir->filePath("head");
+    SimChild sim;
+    QVERIFY(sim.Start({"--link", link}));
+    QProcess *monitor = StartCli({"--device", link, "--trace", "osi7", "monitor", "--duration", "2000"});
+    QVERIFY(sim.WaitForLine(kUidReply, kReportsMs));
+    sim.Freeze();
+    QTest::qWait(1000); // the head is silent for this second
+    sim.Thaw();
+
+    QVERIFY(monitor->waitForFinished(kFinishMs));
+    QCOMPARE(monitor->exitStatus(), QProcess::NormalExit);
+    QCOMPARE(monitor->exitCode(), 0);
+    const QByteArray output = monitor->readAllStandardOutput();
+    QVERIFY2(output.contains("link: down\n") && output.indexOf("link: down\n") < output.indexOf("link: up\n"),
+             output.constData());
+    // The start-up jobs were answered on both links: the versions and the UID twice each.
+    const QByteArray trace = monitor->readAllStandardError();
+    int versions = 0;
+    int uids = 0;
+    for (const QByteArray &line : trace.split('\n')) {
+        const QList<QByteArray> cells = line.split('\t');
+        if (cells.size() != 8 || cells[0] != "RX" || cells[4] != "Parameter message")
+            continue;
+        versions += cells[7].startsWith("08 FF 85") ? 1 : 0;
+        uids += cells[7].startsWith("0E FF 87") ? 1 : 0;
+    }
+    QCOMPARE(versions, 2);
+    QCOMPARE(uids, 2);
 }
 
 QTEST_GUILESS_MAIN(TestUnplugCli)
