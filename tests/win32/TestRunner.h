@@ -32,8 +32,14 @@ public:
             return std::to_string(value);
         else if constexpr (std::is_convertible_v<T, std::string>)
             return "\"" + std::string(value) + "\"";
-        else
+        else if constexpr (std::is_same_v<T, std::vector<std::uint8_t>>)
             return Hex(value);
+        else {
+            std::string text = "{";
+            for (const auto &element : value)
+                text += (text.size() > 1 ? ", " : "") + Text(element);
+            return text + "}";
+        }
     }
     static std::string Hex(const std::vector<std::uint8_t> &octets);
 

@@ -8,7 +8,9 @@
 # when the program needs no port. COM is the number n of the port "COMn" the program finds in
 # LICHTWART_W32_PORT; the prefix's dosdevices/comn points at the simulator's terminal. A program
 # that wants the simulator to die mid-link writes a line to the pipe named in LICHTWART_SIM_KILL
-# and the simulator gets SIGKILL. The program is ended after SECONDS.
+# and the simulator gets SIGKILL. The program is ended after SECONDS. A PROGRAM that is not a
+# Windows program (no .exe) runs natively with the terminal's path as its port: the Linux twin of
+# a test, under the same conditions.
 set -euo pipefail
 prefix=$1 sim=$2 com=$3 seconds=$4
 shift 4
@@ -57,7 +59,18 @@ if [ "$sim" != "-" ]; then
   export LICHTWART_W32_PORT=COM$com LICHTWART_SIM_KILL="Z:$work/kill"
 fi
 
+runner=("$wine")
+if [[ "$1" != *.exe ]]; then
+  runner=()
+  export LICHTWART_W32_PORT="$work/tty"
+fi
 status=0
-timeout -k 5 "$seconds" "$wine" "$@" || status=$?
-[ "$status" -eq 124 ] && echo "run-under-wine: $(basename "$1") did not end within $seconds s"
+began=$(date +%s%N)
+timeout -k 5 "$seconds" "${runner[@]}" "$@" || status=$?
+elapsed=$(( ($(date +%s%N) - began) / 1000000 ))
+if [ "$status" -eq 124 ]; then
+  echo "run-under-wine: $(basename "$1") did not end within $seconds s"
+else
+  echo "run-under-wine: $(basename "$1") ended after $elapsed ms with $status"
+fi
 exit "$status"
