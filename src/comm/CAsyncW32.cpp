@@ -143,8 +143,22 @@ void CAsyncW32::EndUnstartedThread()
 void CAsyncW32::ArmRx()
 {
     m_rxBuffer.resize(1);
-    if (!ReadFile(m_device, m_rxBuffer.data(), 1, nullptr, &m_rxOverlapped) && GetLastError() != ERROR_IO_PENDING)
+    m_rxArmed = ReadFile(m_device, m_rxBuffer.data(), 1, nullptr, &m_rxOverlapped) || GetLastError() == ERROR_IO_PENDING;
+    if (!m_rxArmed)
         ReportError("CAsyncW32::ArmRx: Arming receiver faild");
+}
+
+// CancelIo only asks for the end of the arming read; the system still writes its result into
+// the receive buffer and overlapped structure, which belong to this object. The reader therefore
+// waits for the cancelled read to complete before it ends.
+void CAsyncW32::CancelArmedRead()
+{
+    CancelIo(m_device);
+    if (!m_rxArmed)
+        return;
+    DWORD read = 0;
+    GetOverlappedResult(m_device, &m_rxOverlapped, &read, TRUE);
+    m_rxArmed = false;
 }
 
 void CAsyncW32::GetRxData()
@@ -181,6 +195,7 @@ bool CAsyncW32::AwaitPendingRead(DWORD count)
 bool CAsyncW32::ArmingByteArrived()
 {
     DWORD read = 0;
+    m_rxArmed = false;
     return GetOverlappedResult(m_device, &m_rxOverlapped, &read, FALSE) && read == 1;
 }
 
@@ -191,7 +206,7 @@ DWORD CAsyncW32::ThreadProc()
     for (;;) {
         switch (WaitForMultipleObjects(3, events, FALSE, INFINITE)) {
         case WAIT_OBJECT_0:
-            CancelIo(m_device);
+            CancelArmedRead();
             return 0;
         case WAIT_OBJECT_0 + 1:
             if (!ArmingByteArrived()) {

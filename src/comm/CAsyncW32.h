@@ -25,6 +25,7 @@ private:
     static DWORD WINAPI ThreadEntry(LPVOID self);
     DWORD ThreadProc();
     void ArmRx();
+    void CancelArmedRead();
     void GetRxData();
     bool AwaitPendingRead(DWORD count);
     bool ArmingByteArrived();
@@ -42,4 +43,5 @@ private:
     OVERLAPPED m_rxOverlapped {};
     OVERLAPPED m_txOverlapped {};
     ByteVector m_rxBuffer;
+    bool m_rxArmed = false; // the one-byte arming read is under way; reader thread only
 };

@@ -38,7 +38,10 @@ sim_pid= watcher_pid=
 work=$(mktemp -d "$wineboot_dir/run-com$com.XXXXXX")
 cleanup() {
   [ -n "$watcher_pid" ] && kill "$watcher_pid" 2>/dev/null || true
-  [ -n "$sim_pid" ] && kill "$sim_pid" 2>/dev/null && wait "$sim_pid" 2>/dev/null || true
+  if [ -n "$sim_pid" ]; then
+    kill "$sim_pid" 2>/dev/null || true
+    wait "$sim_pid" 2>/dev/null || true
+  fi
   rm -f "$prefix/dosdevices/com$com"
   rm -rf "$work"
 }
