@@ -51,6 +51,7 @@ bool CAsyncW32::Open(const std::string &portName)
     m_txEvent = CreateEventA(nullptr, FALSE, FALSE, nullptr);
     m_rxEvent = CreateEventA(nullptr, FALSE, FALSE, nullptr);
     if (m_stopEvent == nullptr || m_txEvent == nullptr || m_rxEvent == nullptr) {
+        EndUnstartedThread();
         ReleaseHandles();
         return false;
     }
@@ -63,6 +64,7 @@ bool CAsyncW32::Open(const std::string &portName)
     m_device = CreateFileA(path.c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_EXISTING,
                            FILE_FLAG_OVERLAPPED, nullptr);
     if (m_device == INVALID_HANDLE_VALUE) {
+        EndUnstartedThread();
         ReleaseHandles();
         return false;
     }
@@ -124,14 +126,40 @@ bool CAsyncW32::Tx(const ByteVector &data)
 
 DWORD WINAPI CAsyncW32::ThreadEntry(LPVOID self)
 {
-    return static_cast<CAsyncW32 *>(self)->ThreadProc();
+    auto *port = static_cast<CAsyncW32 *>(self);
+    return port->m_abandoned.load() ? 1 : port->ThreadProc();
+}
+
+// The reader thread is created suspended and started by Configure. One that never started (the
+// open failed, or the port is closed before it was configured) would stay suspended for the
+// life of the process once its handle is closed, so it is let run just far enough to end.
+void CAsyncW32::EndUnstartedThread()
+{
+    m_abandoned = true;
+    ResumeThread(m_thread);
+    WaitForSingleObject(m_thread, INFINITE);
+    m_abandoned = false;
 }
 
 void CAsyncW32::ArmRx()
 {
     m_rxBuffer.resize(1);
-    if (!ReadFile(m_device, m_rxBuffer.data(), 1, nullptr, &m_rxOverlapped) && GetLastError() != ERROR_IO_PENDING)
+    m_rxArmed = ReadFile(m_device, m_rxBuffer.data(), 1, nullptr, &m_rxOverlapped) || GetLastError() == ERROR_IO_PENDING;
+    if (!m_rxArmed)
         ReportError("CAsyncW32::ArmRx: Arming receiver faild");
+}
+
+// CancelIo only asks for the end of the arming read; the system still writes its result into
+// the receive buffer and overlapped structure, which belong to this object. The reader therefore
+// waits for the cancelled read to complete before it ends.
+void CAsyncW32::CancelArmedRead()
+{
+    CancelIo(m_device);
+    if (!m_rxArmed)
+        return;
+    DWORD read = 0;
+    GetOverlappedResult(m_device, &m_rxOverlapped, &read, TRUE);
+    m_rxArmed = false;
 }
 
 void CAsyncW32::GetRxData()
@@ -142,7 +170,8 @@ void CAsyncW32::GetRxData()
         const DWORD count = status.cbInQue;
         m_rxBuffer.resize(count + 1);
         DWORD read = 0;
-        if (!ReadFile(m_device, m_rxBuffer.data() + 1, count, &read, &m_rxOverlapped)) {
+        if (!ReadFile(m_device, m_rxBuffer.data() + 1, count, &read, &m_rxOverlapped)
+            && !AwaitPendingRead(count)) {
             ReportError("CAsyncW32::GetRxData: Unable to read correct amount of data from receiver");
             return;
         }
@@ -152,6 +181,26 @@ void CAsyncW32::GetRxData()
     OnReceive(m_rxBuffer);
 }
 
+// Windows lets any overlapped ReadFile complete later, even one for bytes that are already
+// queued (wine does so for every read of a serial device). A read that pends is therefore waited
+// for and its bytes delivered; only a read that fails or brings fewer bytes counts as an error.
+bool CAsyncW32::AwaitPendingRead(DWORD count)
+{
+    DWORD read = 0;
+    return GetLastError() == ERROR_IO_PENDING && GetOverlappedResult(m_device, &m_rxOverlapped, &read, TRUE)
+        && read == count;
+}
+
+// The one-byte read that armed the receiver has completed. When it brought no byte the device
+// has gone (a USB adapter unplugged, the other end of a virtual port closed): re-arming would
+// complete again at once, so the reader would spin.
+bool CAsyncW32::ArmingByteArrived()
+{
+    DWORD read = 0;
+    m_rxArmed = false;
+    return GetOverlappedResult(m_device, &m_rxOverlapped, &read, FALSE) && read == 1;
+}
+
 DWORD CAsyncW32::ThreadProc()
 {
     const HANDLE events[3] = {m_stopEvent, m_rxEvent, m_txEvent};
@@ -159,9 +208,13 @@ DWORD CAsyncW32::ThreadProc()
     for (;;) {
         switch (WaitForMultipleObjects(3, events, FALSE, INFINITE)) {
         case WAIT_OBJECT_0:
-            CancelIo(m_device);
+            CancelArmedRead();
             return 0;
         case WAIT_OBJECT_0 + 1:
+            if (!ArmingByteArrived()) {
+                ReportError("CAsyncW32::ThreadProc: The device has been disconnected");
+                return 3;
+            }
             GetRxData();
             ArmRx();
             break;
@@ -179,12 +232,13 @@ void CAsyncW32::Close()
 {
     if (m_thread == nullptr)
         return;
+    if (!m_resumed) {
+        EndUnstartedThread();
+        ReleaseHandles();
+        return;
+    }
     CancelIo(m_device);
     SetEvent(m_stopEvent);
-    // A thread that was never configured is still suspended: let it run into the stop event
-    // instead of waiting for it for ever.
-    if (!m_resumed)
-        ResumeThread(m_thread);
     DWORD code = kStillActive;
     while (GetExitCodeThread(m_thread, &code) && code == kStillActive) {
     }

@@ -2,6 +2,8 @@
 
 #include "CAsync.h"
 
+#include <atomic>
+
 #include <windows.h>
 
 // The serial port on Windows: the device opened for overlapped I/O, with a reader thread that
@@ -23,12 +25,17 @@ private:
     static DWORD WINAPI ThreadEntry(LPVOID self);
     DWORD ThreadProc();
     void ArmRx();
+    void CancelArmedRead();
     void GetRxData();
+    bool AwaitPendingRead(DWORD count);
+    bool ArmingByteArrived();
+    void EndUnstartedThread();
     void ReleaseHandles();
 
     HANDLE m_thread = nullptr;
     DWORD m_threadId = 0;
     bool m_resumed = false; // Configure has started the reader thread
+    std::atomic<bool> m_abandoned {false}; // the suspended reader thread is to end at once
     HANDLE m_stopEvent = nullptr;
     HANDLE m_rxEvent = nullptr;
     HANDLE m_txEvent = nullptr;
@@ -36,4 +43,5 @@ private:
     OVERLAPPED m_rxOverlapped {};
     OVERLAPPED m_txOverlapped {};
     ByteVector m_rxBuffer;
+    bool m_rxArmed = false; // the one-byte arming read is under way; reader thread only
 };

@@ -1,9 +1,19 @@
 #include "CTimerW32.h"
 
 CTimerW32::CTimerW32()
+    : m_state(std::make_shared<ThreadState>())
 {
     m_timer = CreateWaitableTimerA(nullptr, FALSE, nullptr);
-    m_thread = CreateThread(nullptr, 0, &CTimerW32::ThreadEntry, this, 0, nullptr);
+    m_state->owner = this;
+    // The thread waits on a handle of its own, so closing ours never leaves it waiting on a
+    // handle value that the system may already have given to another object.
+    if (m_timer != nullptr)
+        DuplicateHandle(GetCurrentProcess(), m_timer, GetCurrentProcess(), &m_state->timer, 0, FALSE,
+                        DUPLICATE_SAME_ACCESS);
+    auto *threadState = new std::shared_ptr<ThreadState>(m_state);
+    m_thread = CreateThread(nullptr, 0, &CTimerW32::ThreadProc, threadState, 0, nullptr);
+    if (m_thread == nullptr)
+        delete threadState;
 }
 
 CTimerW32::~CTimerW32()
@@ -30,34 +40,47 @@ bool CTimerW32::Stop()
 
 void CTimerW32::StopThread()
 {
+    m_state->expiryLock.Enter();
+    m_state->owner = nullptr;
+    m_state->expiryLock.Leave();
     if (m_timer != nullptr) {
-        CancelWaitableTimer(m_timer);
+        // Windows does not end a wait that is in progress when the handle waited on is closed,
+        // so the thread would wait for ever. Instead the timer expires at once: the thread
+        // wakes, finds no owner and ends by itself. Nobody waits for it.
+        LARGE_INTEGER now;
+        now.QuadPart = 0;
+        SetWaitableTimer(m_timer, &now, 0, nullptr, nullptr, FALSE);
         CloseHandle(m_timer);
         m_timer = nullptr;
     }
-    if (m_thread != nullptr) {
-        if (GetThreadId(m_thread) != GetCurrentThreadId())
-            WaitForSingleObject(m_thread, INFINITE);
+    if (m_thread != nullptr)
         CloseHandle(m_thread);
-        m_thread = nullptr;
-    }
+    m_thread = nullptr;
 }
 
-DWORD WINAPI CTimerW32::ThreadEntry(LPVOID self)
+DWORD WINAPI CTimerW32::ThreadProc(LPVOID state)
 {
-    return static_cast<CTimerW32 *>(self)->ThreadProc();
-}
-
-DWORD CTimerW32::ThreadProc()
-{
-    const HANDLE timer = m_timer;
-    if (timer == nullptr)
+    const std::unique_ptr<std::shared_ptr<ThreadState>> owned(static_cast<std::shared_ptr<ThreadState> *>(state));
+    ThreadState &shared = **owned;
+    if (shared.timer == nullptr)
         return 1;
     for (;;) {
-        const DWORD result = WaitForSingleObject(timer, INFINITE);
-        if (result == WAIT_OBJECT_0)
-            OnExpired();
-        else if (result == WAIT_FAILED)
+        const DWORD result = WaitForSingleObject(shared.timer, INFINITE);
+        if (result == WAIT_FAILED || (result == WAIT_OBJECT_0 && !Expire(shared))) {
+            CloseHandle(shared.timer);
             return 2;
+        }
     }
+}
+
+// Calls OnExpired unless the timer has been shut down; false when the thread is to end.
+bool CTimerW32::Expire(ThreadState &state)
+{
+    state.expiryLock.Enter();
+    if (state.owner != nullptr)
+        state.owner->OnExpired();
+    // OnExpired may have shut its own timer down.
+    const bool alive = state.owner != nullptr;
+    state.expiryLock.Leave();
+    return alive;
 }

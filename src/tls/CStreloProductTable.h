@@ -4,8 +4,6 @@
 
 #include <array>
 
-class QString;
-
 // The fixed table of Strelo products, in row order.
 class CStreloProductTable
 {
@@ -16,5 +14,5 @@ public:
     // The first row with this hardware major version, or null.
     static const STRELO_PRODUCT *FindByHardwareMajor(int hardwareMajor);
     // The first row whose id equals the lower-case form of `id`, or null.
-    static const STRELO_PRODUCT *FindById(const QString &id);
+    static const STRELO_PRODUCT *FindById(const ProductText &id);
 };

@@ -5,6 +5,7 @@
 #include "comm/CCriticalSectionW32.h"
 #include "comm/CTimerW32.h"
 
+#include <atomic>
 #include <cstdio>
 
 namespace {
@@ -30,13 +31,14 @@ class SmokeTimer : public CTimerW32
 public:
     ~SmokeTimer() override { StopThread(); }
     void OnExpired() override { expired = true; }
-    volatile bool expired = false;
+    std::atomic<bool> expired {false};
 };
 
 } // namespace
 
 int main(int argc, char **argv)
 {
+    const ULONGLONG began = GetTickCount64();
     SmokeTimer timer;
     timer.Start(1000);
     SmokePort port;
@@ -48,5 +50,6 @@ int main(int argc, char **argv)
     while (!timer.expired)
         Sleep(10);
     port.Close();
+    std::printf("smoke: done after %llu ms\n", GetTickCount64() - began);
     return timer.IsBusy() ? 1 : 0;
 }
