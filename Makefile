@@ -9,7 +9,8 @@ JOBS       ?= $(shell nproc)
 TEST_JOBS  ?= $(shell echo $$(( $$(nproc) * 2 )))
 CMAKE_GEN  := -G Ninja
 
-.PHONY: all deps configure build test test-asan test-tsan run bench fuzz fuzz-build fuzz-campaign soak package package-check clean
+# `make translations` refreshes translations/lichtwart_de.ts from the sources (new texts unfinished).
+.PHONY: all deps configure build translations test test-asan test-tsan run bench fuzz fuzz-build fuzz-campaign soak package package-check clean
 
 all: build
 
@@ -23,6 +24,9 @@ configure: deps $(BUILD_DIR)/CMakeCache.txt
 
 build: configure
 	cmake --build $(BUILD_DIR) -j $(JOBS)
+
+translations: configure
+	cmake --build $(BUILD_DIR) --target update_translations
 
 test: build
 	cd $(BUILD_DIR) && ctest --output-on-failure -j $(TEST_JOBS) -LE soak

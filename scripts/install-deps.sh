@@ -6,6 +6,7 @@ set -euo pipefail
 packages=(
   cmake ninja-build make g++ ccache pkg-config
   qt6-base-dev qt6-base-dev-tools qt6-qpa-plugins libgl-dev qt6-serialport-dev
+  qt6-tools-dev qt6-l10n-tools qt6-translations-l10n
   libarchive-dev libssl-dev libxml2-dev libpcap-dev
   g++-mingw-w64-x86-64 wine64
   clang libclang-rt-14-dev

@@ -184,7 +184,7 @@ void MainWindow::ConnectMaintenance()
 void MainWindow::About()
 {
     AboutDialog dialog(this);
-    dialog.SetVersion(QStringLiteral("Version ") + QStringLiteral(LICHTWART_VERSION));
+    dialog.SetVersion(tr("Version %1").arg(QStringLiteral(LICHTWART_VERSION)));
     dialog.exec();
 }
 

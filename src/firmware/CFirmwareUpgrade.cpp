@@ -7,6 +7,7 @@
 #include "settings/LichtwartSettings.h"
 #include "ui_FWUpgradeDialog.h"
 
+#include <QCoreApplication>
 #include <QFileDialog>
 #include <QMessageBox>
 
@@ -50,11 +51,12 @@ void CFirmwareUpgrade::CheckUploadBaudrate()
 void CFirmwareUpgrade::LoadFirmware()
 {
     if (!Product()) {
-        ShowError("Product detection error", "The connected device couldn't be determined.",
-                  Text("Please restart the application and try again."));
+        ShowError(QCoreApplication::translate("FWUpgradeDialog", "Product detection error"),
+                  QCoreApplication::translate("FWUpgradeDialog", "The connected device couldn't be determined."),
+                  QCoreApplication::translate("FWUpgradeDialog", "Please restart the application and try again."));
         return;
     }
-    QFileDialog fileDialog(dialog, Text("Open Firmware Upgrade Package"),
+    QFileDialog fileDialog(dialog, QCoreApplication::translate("FWUpgradeDialog", "Open Firmware Upgrade Package"),
                            settings.value(QLatin1String(LichtwartSettings::FirmwareDirectory)).toString());
     fileDialog.setFileMode(QFileDialog::ExistingFile);
     fileDialog.setNameFilters(NameFilters());
@@ -74,7 +76,9 @@ bool CFirmwareUpgrade::LoadSelectedFile(const QString &path)
     try {
         LoadFirmwareFile(path, allowRawHex);
     } catch (const CFirmwareException &error) {
-        ShowError("Error loading firmware", "The following error occured while loading the firmware package:",
+        ShowError(QCoreApplication::translate("FWUpgradeDialog", "Error loading firmware"),
+                  QCoreApplication::translate("FWUpgradeDialog", 
+                                              "The following error occured while loading the firmware package:"),
                   QString::fromStdString(error.Message()));
         dialog->Form().pbProg->setEnabled(false);
         const QString unknown = Text(kTextUnknown);
@@ -91,8 +95,9 @@ QStringList CFirmwareUpgrade::NameFilters() const
 {
     QStringList filters;
     if (allowRawHex)
-        filters << Text("Raw hex file (*.hex *.mhx)");
-    filters << Text("Firmware upgrade package (*.fwp)") << Text("Any (*.*)");
+        filters << QCoreApplication::translate("FWUpgradeDialog", "Raw hex file (*.hex *.mhx)");
+    filters << QCoreApplication::translate("FWUpgradeDialog", "Firmware upgrade package (*.fwp)")
+            << QCoreApplication::translate("FWUpgradeDialog", "Any (*.*)");
     return filters;
 }
 
@@ -104,9 +109,9 @@ void CFirmwareUpgrade::ShowFileDetails(const QString &version, const QString &da
     form.txtFileMD5->setText(md5);
 }
 
-void CFirmwareUpgrade::ShowError(const char *title, const char *text, const QString &details)
+void CFirmwareUpgrade::ShowError(const QString &title, const QString &text, const QString &details)
 {
-    QMessageBox box(QMessageBox::Critical, Text(title), Text(text), QMessageBox::Ok, dialog);
+    QMessageBox box(QMessageBox::Critical, title, text, QMessageBox::Ok, dialog);
     box.setInformativeText(details);
     box.exec();
 }

@@ -24,17 +24,20 @@ public:
 
     FWUpgradeDialog *Dialog() const { return dialog; }
 
-    static constexpr const char *kTextBaudrateWarning =
+    static constexpr const char *kTextBaudrateWarning = QT_TRANSLATE_NOOP(
+        "FWUpgradeDialog",
         "The baudrate to upload the firmware is higher then the operating baudrate of the device.\n"
         "For on-site programming it is highly advised to use an upload baudrate that is lower or equal "
-        "to the operating baudrate of the device.";
-    static constexpr const char *kTextDowngradeWarning =
+        "to the operating baudrate of the device.");
+    static constexpr const char *kTextDowngradeWarning = QT_TRANSLATE_NOOP(
+        "FWUpgradeDialog",
         "The firmware you loaded from the file isn't' more recent then the one running on the device "
-        "connected.\nDowngrading a device is supported but not advised.";
-    static constexpr const char *kTextProgStartWarning =
+        "connected.\nDowngrading a device is supported but not advised.");
+    static constexpr const char *kTextProgStartWarning = QT_TRANSLATE_NOOP(
+        "FWUpgradeDialog",
         "Make sure the device is connected properly and powerd by a failsafe supply. Do not disconnect "
         "or power off the device during programming! Any interruption of the programming sequence will "
-        "leave the device in defective state.\n\nDo you really want to continue ?";
+        "leave the device in defective state.\n\nDo you really want to continue ?");
 
     // Added to the dialog's warnings: shown before programming when the package names another
     // product than the connected head (%1 the package's product, %2 the head's).
@@ -70,7 +73,7 @@ private:
     bool ConfirmProduct();
     void CheckUploadBaudrate();
     void ShowFileDetails(const QString &version, const QString &date, const QString &md5);
-    void ShowError(const char *title, const char *text, const QString &details);
+    void ShowError(const QString &title, const QString &text, const QString &details);
     bool LoadSelectedFile(const QString &path);
 
     QPointer<FWUpgradeDialog> dialog;

@@ -48,21 +48,34 @@ public:
     static constexpr int kUploadPortFeatures = 31;
     static constexpr int kHardwareMajorEraseA = 2;
 
-    // The context under which the status texts are translated.
+    // The status texts, translated under the dialog's context (the markers let lupdate find them
+    // there; the command line never loads a translation, so it prints them as they stand).
     static constexpr const char *kTextContext = "FWUpgradeDialog";
-    static constexpr const char *kTextUnknown = "unknown";
-    static constexpr const char *kTextConnected = "<font color='#009933'>Connected to target device</font>";
-    static constexpr const char *kTextSwitching = "Switching device to programming mode ...";
-    static constexpr const char *kTextEnabling = "Enabling firmware flasher of target device ...";
-    static constexpr const char *kTextErasing = "Erasing flash, do <b>not</b> disconnect ...";
-    static constexpr const char *kTextUploading = "Uploading firmware, do <b>not</b> disconnect ...";
-    static constexpr const char *kTextSuccessful = "<font color='#009933'>Upgrade successful, resetting device ...</font>";
-    static constexpr const char *kTextAllDone = "<font color='#009933'>All done, please close this window now</font>";
-    static constexpr const char *kTextNoAnswer = "<font color='red'>No valid answer from firmware flasher!</font>";
-    static constexpr const char *kTextEraseFailed = "<font color='red'>Failed to erase flash!</font>";
-    static constexpr const char *kTextWriteFailed = "<font color='red'>Failed to write data block to flash!</font>";
-    static constexpr const char *kTextSwitchFailed = "<font color='red'>Failed to switch device to programming mode!</font>";
-    static constexpr const char *kTextReconnecting = "Trying to reconnect ...";
+    static constexpr const char *kTextUnknown = QT_TRANSLATE_NOOP("FWUpgradeDialog", "unknown");
+    static constexpr const char *kTextConnected =
+        QT_TRANSLATE_NOOP("FWUpgradeDialog", "<font color='#009933'>Connected to target device</font>");
+    static constexpr const char *kTextSwitching =
+        QT_TRANSLATE_NOOP("FWUpgradeDialog", "Switching device to programming mode ...");
+    static constexpr const char *kTextEnabling =
+        QT_TRANSLATE_NOOP("FWUpgradeDialog", "Enabling firmware flasher of target device ...");
+    static constexpr const char *kTextErasing =
+        QT_TRANSLATE_NOOP("FWUpgradeDialog", "Erasing flash, do <b>not</b> disconnect ...");
+    static constexpr const char *kTextUploading =
+        QT_TRANSLATE_NOOP("FWUpgradeDialog", "Uploading firmware, do <b>not</b> disconnect ...");
+    static constexpr const char *kTextSuccessful =
+        QT_TRANSLATE_NOOP("FWUpgradeDialog", "<font color='#009933'>Upgrade successful, resetting device ...</font>");
+    static constexpr const char *kTextAllDone =
+        QT_TRANSLATE_NOOP("FWUpgradeDialog", "<font color='#009933'>All done, please close this window now</font>");
+    static constexpr const char *kTextNoAnswer =
+        QT_TRANSLATE_NOOP("FWUpgradeDialog", "<font color='red'>No valid answer from firmware flasher!</font>");
+    static constexpr const char *kTextEraseFailed =
+        QT_TRANSLATE_NOOP("FWUpgradeDialog", "<font color='red'>Failed to erase flash!</font>");
+    static constexpr const char *kTextWriteFailed =
+        QT_TRANSLATE_NOOP("FWUpgradeDialog", "<font color='red'>Failed to write data block to flash!</font>");
+    static constexpr const char *kTextSwitchFailed =
+        QT_TRANSLATE_NOOP("FWUpgradeDialog", "<font color='red'>Failed to switch device to programming mode!</font>");
+    static constexpr const char *kTextReconnecting =
+        QT_TRANSLATE_NOOP("FWUpgradeDialog", "Trying to reconnect ...");
 
     explicit CUpgradeProcedure(QObject *parent = nullptr);
     ~CUpgradeProcedure() override;

@@ -28,16 +28,27 @@ QString CTraceFormat::FrameType(int frameType)
     }
 }
 
+// The titles are translated by the window that shows them, under its context "MainWindow"; the
+// markers let lupdate find them there. The command line prints them as they stand.
 QStringList CTraceFormat::Headers(int level)
 {
     switch (level) {
     case Osi7:
-        return {"Direction", "Timestamp", "Length", "Func. Group", "Application ID", "Jobnumber", "Blockcount", "Data"};
+        return {QT_TRANSLATE_NOOP("MainWindow", "Direction"), QT_TRANSLATE_NOOP("MainWindow", "Timestamp"),
+                QT_TRANSLATE_NOOP("MainWindow", "Length"), QT_TRANSLATE_NOOP("MainWindow", "Func. Group"),
+                QT_TRANSLATE_NOOP("MainWindow", "Application ID"), QT_TRANSLATE_NOOP("MainWindow", "Jobnumber"),
+                QT_TRANSLATE_NOOP("MainWindow", "Blockcount"), QT_TRANSLATE_NOOP("MainWindow", "Data")};
     case Osi2:
-        return {"Direction", "Timestamp", "Frametype", "OSI3 Adr. ID", "Length", "PRM", "FCB",
-                "FCV", "ACD", "DFC", "Function", "Address", "Checksum", "Data"};
+        return {QT_TRANSLATE_NOOP("MainWindow", "Direction"), QT_TRANSLATE_NOOP("MainWindow", "Timestamp"),
+                QT_TRANSLATE_NOOP("MainWindow", "Frametype"), QT_TRANSLATE_NOOP("MainWindow", "OSI3 Adr. ID"),
+                QT_TRANSLATE_NOOP("MainWindow", "Length"), QT_TRANSLATE_NOOP("MainWindow", "PRM"),
+                QT_TRANSLATE_NOOP("MainWindow", "FCB"), QT_TRANSLATE_NOOP("MainWindow", "FCV"),
+                QT_TRANSLATE_NOOP("MainWindow", "ACD"), QT_TRANSLATE_NOOP("MainWindow", "DFC"),
+                QT_TRANSLATE_NOOP("MainWindow", "Function"), QT_TRANSLATE_NOOP("MainWindow", "Address"),
+                QT_TRANSLATE_NOOP("MainWindow", "Checksum"), QT_TRANSLATE_NOOP("MainWindow", "Data")};
     case Raw:
-        return {"Direction", "Timestamp", "Data"};
+        return {QT_TRANSLATE_NOOP("MainWindow", "Direction"), QT_TRANSLATE_NOOP("MainWindow", "Timestamp"),
+                QT_TRANSLATE_NOOP("MainWindow", "Data")};
     default:
         return {};
     }

@@ -1,9 +1,14 @@
 // Takes the screenshots of the documentation: the main window connected to the simulated head
-// with the trace at the OSI 2 level, the remote control and the about box. Not a test; run it
-// through the build target lichtwart-screenshots, which writes the pictures into docs/.
+// with the trace at the OSI 2 level, the remote control, the about box, the options dialog and the
+// firmware dialog. Not a test; run it through the build target lichtwart-screenshots, which writes
+// the pictures into docs/, or lichtwart-screenshots-de, which takes them in German ("-de" names).
 #include "SimProcess.h"
 #include "app/AboutDialog.h"
 #include "app/CStartup.h"
+#include "app/CTranslation.h"
+#include "app/OptionsDialog.h"
+#include "firmware/CFirmwareUpgrade.h"
+#include "firmware/FWUpgradeDialog.h"
 #include "app/MainWindow.h"
 #include "controller/CTrafficLightController.h"
 #include "settings/LichtwartSettings.h"
@@ -15,6 +20,7 @@
 #include <QPushButton>
 #include <QSettings>
 #include <QStatusBar>
+#include <QTabWidget>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -52,6 +58,10 @@ int main(int argc, char *argv[])
     qputenv("XDG_CONFIG_HOME", settingsDir.path().toUtf8());
     QApplication app(argc, argv);
     LichtwartSettings::SetIdentity();
+    // Under a locale with a translation the pictures are taken in that language, named "-de" etc.
+    const QString language = CTranslation::Install(app).left(2);
+    const QString suffix = language.isEmpty() ? QString() : QLatin1Char('-') + language;
+    const auto name = [&suffix](const char *base) { return QLatin1String(base) + suffix + QLatin1String(".png"); };
     const QString output = QString::fromLocal8Bit(argv[1]);
     if (argc > 2)
         CStartup::ApplyStyleSheet(app, QString::fromLocal8Bit(argv[2]));
@@ -85,14 +95,28 @@ int main(int argc, char *argv[])
     QTest::mouseClick(remote->findChild<QPushButton *>(QStringLiteral("pbRefresh")), Qt::LeftButton);
     QTest::qWait(1500);
 
-    bool saved = Save(&window, output, QStringLiteral("screenshot-main.png"));
-    saved = Save(remote, output, QStringLiteral("screenshot-remote-control.png")) && saved;
+    bool saved = Save(&window, output, name("screenshot-main"));
+    saved = Save(remote, output, name("screenshot-remote-control")) && saved;
 
     AboutDialog about(&window);
     about.SetVersion(QStringLiteral("Version 1.22.2"));
     about.show();
     QTest::qWait(200);
-    saved = Save(&about, output, QStringLiteral("screenshot-about.png")) && saved;
+    saved = Save(&about, output, name("screenshot-about")) && saved;
+    about.hide();
+
+    OptionsDialog options(&window);
+    options.findChild<QTabWidget *>()->setCurrentIndex(2); // the target: addresses and flasher
+    options.show();
+    QTest::qWait(200);
+    saved = Save(&options, output, name("screenshot-options")) && saved;
+    options.hide();
+
+    window.findChild<QAction *>(QStringLiteral("actionUpgradeFirmware"))->trigger();
+    FWUpgradeDialog *firmware = window.FirmwareUpgrade()->Dialog();
+    QTest::qWait(300);
+    saved = Save(firmware, output, name("screenshot-firmware")) && saved;
+    firmware->hide();
 
     window.findChild<QAction *>(QStringLiteral("actionDisconnect"))->trigger();
     return saved ? 0 : 1;

@@ -35,6 +35,7 @@ private slots:
     void usageErrors_data();
     void usageErrors();
     void helpAndVersion();
+    void staysEnglishUnderAGermanLocale();
     void portThatCannotBeOpened();
     void portInUseNamesTheProgramHoldingIt();
     void portsListsEveryPortPresent();
@@ -140,6 +141,19 @@ void TestCli::helpAndVersion()
     QCOMPARE(result.exitCode, 0);
     QVERIFY(result.out.startsWith(QStringLiteral("Usage: lichtwart-cli")));
     QVERIFY(result.out.contains(QStringLiteral("firmware-info FILE")));
+    QVERIFY(result.out.contains(QStringLiteral("Its output is always English")));
+}
+
+// Scripts parse the output, so the desktop's language never reaches it.
+void TestCli::staysEnglishUnderAGermanLocale()
+{
+    qputenv("LANG", "de_DE.UTF-8");
+    qputenv("LANGUAGE", "de_DE:de");
+    const CliResult result = Run({"--device", "/dev/lichtwart-no-such-port", "identify"});
+    qunsetenv("LANGUAGE");
+    qunsetenv("LANG");
+    QCOMPARE(result.exitCode, 1);
+    QCOMPARE(result.err, QStringLiteral("error: the device /dev/lichtwart-no-such-port could not be opened\n"));
 }
 
 void TestCli::portThatCannotBeOpened()

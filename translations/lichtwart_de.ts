@@ -1,0 +1,606 @@
+<?xml version="1.0" encoding="utf-8"?>
+<!DOCTYPE TS>
+<TS version="2.1" language="de_DE">
+<context>
+    <name>AboutDialog</name>
+    <message>
+        <source>About Lichtwart</source>
+        <translation>Über Lichtwart</translation>
+    </message>
+    <message>
+        <source>Lichtwart</source>
+        <translation>Lichtwart</translation>
+    </message>
+    <message>
+        <source>Version</source>
+        <translation>Version</translation>
+    </message>
+    <message>
+        <source>© Varnholt GmbH</source>
+        <translation>© Varnholt GmbH</translation>
+    </message>
+    <message>
+        <source>Ok</source>
+        <translation>OK</translation>
+    </message>
+</context>
+<context>
+    <name>CStartup</name>
+    <message>
+        <source>Allow firmware upgrade from raw HEX files</source>
+        <translation>Firmware-Aktualisierung aus Hex-Rohdateien erlauben</translation>
+    </message>
+</context>
+<context>
+    <name>FWUpgradeDialog</name>
+    <message>
+        <source>Firmware upgrade</source>
+        <translation>Firmware-Aktualisierung</translation>
+    </message>
+    <message>
+        <source>Firmware file</source>
+        <translation>Firmware-Datei</translation>
+    </message>
+    <message>
+        <source>Version:</source>
+        <translation>Version:</translation>
+    </message>
+    <message>
+        <source>unknown</source>
+        <translation>unbekannt</translation>
+    </message>
+    <message>
+        <source>Date:</source>
+        <translation>Datum:</translation>
+    </message>
+    <message>
+        <source>Fingerprint:</source>
+        <translation>Fingerabdruck:</translation>
+    </message>
+    <message>
+        <source>Load..</source>
+        <translation>Laden...</translation>
+    </message>
+    <message>
+        <source>Connected device</source>
+        <translation>Verbundenes Gerät</translation>
+    </message>
+    <message>
+        <source>Software version:</source>
+        <translation>Softwareversion:</translation>
+    </message>
+    <message>
+        <source>Hardware version:</source>
+        <translation>Hardwareversion:</translation>
+    </message>
+    <message>
+        <source>Program</source>
+        <translation>Programmieren</translation>
+    </message>
+    <message>
+        <source>Retry</source>
+        <translation>Wiederholen</translation>
+    </message>
+    <message>
+        <source>Close</source>
+        <translation>Schließen</translation>
+    </message>
+    <message>
+        <source>&lt;font color=&apos;#009933&apos;&gt;Connected to target device&lt;/font&gt;</source>
+        <translation>&lt;font color=&apos;#009933&apos;&gt;Mit Zielgerät verbunden&lt;/font&gt;</translation>
+    </message>
+    <message>
+        <source>Switching device to programming mode ...</source>
+        <translation>Gerät wird in den Programmiermodus umgeschaltet ...</translation>
+    </message>
+    <message>
+        <source>Enabling firmware flasher of target device ...</source>
+        <translation>Bootloader des Zielgeräts wird aktiviert ...</translation>
+    </message>
+    <message>
+        <source>Erasing flash, do &lt;b&gt;not&lt;/b&gt; disconnect ...</source>
+        <translation>Flash-Speicher wird gelöscht, Verbindung &lt;b&gt;nicht&lt;/b&gt; trennen ...</translation>
+    </message>
+    <message>
+        <source>Uploading firmware, do &lt;b&gt;not&lt;/b&gt; disconnect ...</source>
+        <translation>Firmware wird übertragen, Verbindung &lt;b&gt;nicht&lt;/b&gt; trennen ...</translation>
+    </message>
+    <message>
+        <source>&lt;font color=&apos;#009933&apos;&gt;Upgrade successful, resetting device ...&lt;/font&gt;</source>
+        <translation>&lt;font color=&apos;#009933&apos;&gt;Aktualisierung erfolgreich, Gerät wird neu gestartet ...&lt;/font&gt;</translation>
+    </message>
+    <message>
+        <source>&lt;font color=&apos;#009933&apos;&gt;All done, please close this window now&lt;/font&gt;</source>
+        <translation>&lt;font color=&apos;#009933&apos;&gt;Fertig, bitte dieses Fenster jetzt schließen&lt;/font&gt;</translation>
+    </message>
+    <message>
+        <source>&lt;font color=&apos;red&apos;&gt;No valid answer from firmware flasher!&lt;/font&gt;</source>
+        <translation>&lt;font color=&apos;red&apos;&gt;Keine gültige Antwort vom Bootloader!&lt;/font&gt;</translation>
+    </message>
+    <message>
+        <source>&lt;font color=&apos;red&apos;&gt;Failed to erase flash!&lt;/font&gt;</source>
+        <translation>&lt;font color=&apos;red&apos;&gt;Löschen des Flash-Speichers fehlgeschlagen!&lt;/font&gt;</translation>
+    </message>
+    <message>
+        <source>&lt;font color=&apos;red&apos;&gt;Failed to write data block to flash!&lt;/font&gt;</source>
+        <translation>&lt;font color=&apos;red&apos;&gt;Schreiben eines Datenblocks in den Flash-Speicher fehlgeschlagen!&lt;/font&gt;</translation>
+    </message>
+    <message>
+        <source>&lt;font color=&apos;red&apos;&gt;Failed to switch device to programming mode!&lt;/font&gt;</source>
+        <translation>&lt;font color=&apos;red&apos;&gt;Umschalten des Geräts in den Programmiermodus fehlgeschlagen!&lt;/font&gt;</translation>
+    </message>
+    <message>
+        <source>Trying to reconnect ...</source>
+        <translation>Erneuter Verbindungsversuch ...</translation>
+    </message>
+    <message>
+        <source>The baudrate to upload the firmware is higher then the operating baudrate of the device.
+For on-site programming it is highly advised to use an upload baudrate that is lower or equal to the operating baudrate of the device.</source>
+        <translation>Die Baudrate für die Firmware-Übertragung ist höher als die Betriebsbaudrate des Geräts.
+Für die Programmierung vor Ort wird dringend empfohlen, eine Übertragungsbaudrate zu verwenden, die kleiner oder gleich der Betriebsbaudrate des Geräts ist.</translation>
+    </message>
+    <message>
+        <source>The firmware you loaded from the file isn&apos;t&apos; more recent then the one running on the device connected.
+Downgrading a device is supported but not advised.</source>
+        <translation>Die aus der Datei geladene Firmware ist nicht neuer als die Firmware, die auf dem verbundenen Gerät läuft.
+Ein Downgrade des Geräts ist möglich, wird aber nicht empfohlen.</translation>
+    </message>
+    <message>
+        <source>Make sure the device is connected properly and powerd by a failsafe supply. Do not disconnect or power off the device during programming! Any interruption of the programming sequence will leave the device in defective state.
+
+Do you really want to continue ?</source>
+        <translation>Stellen Sie sicher, dass das Gerät richtig angeschlossen ist und von einer ausfallsicheren Stromversorgung gespeist wird. Trennen Sie das Gerät während der Programmierung nicht und schalten Sie es nicht aus! Jede Unterbrechung des Programmiervorgangs hinterlässt das Gerät in einem defekten Zustand.
+
+Wirklich fortfahren?</translation>
+    </message>
+    <message>
+        <source>Product detection error</source>
+        <translation>Fehler bei der Produkterkennung</translation>
+    </message>
+    <message>
+        <source>The connected device couldn&apos;t be determined.</source>
+        <translation>Das verbundene Gerät konnte nicht bestimmt werden.</translation>
+    </message>
+    <message>
+        <source>Please restart the application and try again.</source>
+        <translation>Bitte starten Sie das Programm neu und versuchen Sie es erneut.</translation>
+    </message>
+    <message>
+        <source>Open Firmware Upgrade Package</source>
+        <translation>Firmware-Paket öffnen</translation>
+    </message>
+    <message>
+        <source>Error loading firmware</source>
+        <translation>Fehler beim Laden der Firmware</translation>
+    </message>
+    <message>
+        <source>The following error occured while loading the firmware package:</source>
+        <translation>Beim Laden des Firmware-Pakets ist folgender Fehler aufgetreten:</translation>
+    </message>
+    <message>
+        <source>Raw hex file (*.hex *.mhx)</source>
+        <translation>Hex-Rohdatei (*.hex *.mhx)</translation>
+    </message>
+    <message>
+        <source>Firmware upgrade package (*.fwp)</source>
+        <translation>Firmware-Paket (*.fwp)</translation>
+    </message>
+    <message>
+        <source>Any (*.*)</source>
+        <translation>Alle Dateien (*.*)</translation>
+    </message>
+</context>
+<context>
+    <name>FlasherSyncDialog</name>
+    <message>
+        <source>Flasher Synchronization</source>
+        <translation>Blinkgeber-Synchronisation</translation>
+    </message>
+    <message>
+        <source>To start a new flasher synchronization cycle use one of the buttons below.</source>
+        <translation>Einen neuen Synchronisationszyklus der Blinkgeber mit einer der folgenden Schaltflächen starten.</translation>
+    </message>
+    <message>
+        <source>Soft Sync</source>
+        <translation>Soft-Sync</translation>
+    </message>
+    <message>
+        <source>Hard Sync</source>
+        <translation>Hard-Sync</translation>
+    </message>
+    <message>
+        <source>Cancel</source>
+        <translation>Abbrechen</translation>
+    </message>
+</context>
+<context>
+    <name>MainWindow</name>
+    <message>
+        <source>Lichtwart - Varnholt GmbH</source>
+        <translation>Lichtwart - Varnholt GmbH</translation>
+    </message>
+    <message>
+        <source>&amp;File</source>
+        <translation>&amp;Datei</translation>
+    </message>
+    <message>
+        <source>View</source>
+        <translation>&amp;Ansicht</translation>
+    </message>
+    <message>
+        <source>Tools</source>
+        <translation>&amp;Extras</translation>
+    </message>
+    <message>
+        <source>Help</source>
+        <translation>&amp;Hilfe</translation>
+    </message>
+    <message>
+        <source>E&amp;xit</source>
+        <translation>&amp;Beenden</translation>
+    </message>
+    <message>
+        <source>Exit</source>
+        <translation>Beenden</translation>
+    </message>
+    <message>
+        <source>Alt+X</source>
+        <translation>Alt+X</translation>
+    </message>
+    <message>
+        <source>Options..</source>
+        <translation>Optionen...</translation>
+    </message>
+    <message>
+        <source>About..</source>
+        <translation>Über Lichtwart...</translation>
+    </message>
+    <message>
+        <source>Connect</source>
+        <translation>Verbinden</translation>
+    </message>
+    <message>
+        <source>Clear Log</source>
+        <translation>Trace leeren</translation>
+    </message>
+    <message>
+        <source>Disconnect</source>
+        <translation>Trennen</translation>
+    </message>
+    <message>
+        <source>Strelo Remote Control</source>
+        <translation>Strelo-Fernsteuerung</translation>
+    </message>
+    <message>
+        <source>Flasher Synchronization..</source>
+        <translation>Blinkgeber-Synchronisation...</translation>
+    </message>
+    <message>
+        <source>Synchronize Flashers</source>
+        <translation>Blinkgeber synchronisieren</translation>
+    </message>
+    <message>
+        <source>Set &amp;OSI 2 Address..</source>
+        <translation>&amp;OSI-2-Adresse setzen...</translation>
+    </message>
+    <message>
+        <source>Change the OSI 2 Address of the connected Strelo</source>
+        <translation>OSI-2-Adresse des verbundenen Strelo ändern</translation>
+    </message>
+    <message>
+        <source>Upgrade Firmware..</source>
+        <translation>Firmware aktualisieren...</translation>
+    </message>
+    <message>
+        <source>Direction</source>
+        <translation>Richtung</translation>
+    </message>
+    <message>
+        <source>Timestamp</source>
+        <translation>Zeitstempel</translation>
+    </message>
+    <message>
+        <source>Length</source>
+        <translation>Länge</translation>
+    </message>
+    <message>
+        <source>Func. Group</source>
+        <translation>Funktionsgruppe</translation>
+    </message>
+    <message>
+        <source>Application ID</source>
+        <translation>Anwendungs-ID</translation>
+    </message>
+    <message>
+        <source>Jobnumber</source>
+        <translation>Jobnummer</translation>
+    </message>
+    <message>
+        <source>Blockcount</source>
+        <translation>Blockanzahl</translation>
+    </message>
+    <message>
+        <source>Data</source>
+        <translation>Daten</translation>
+    </message>
+    <message>
+        <source>Frametype</source>
+        <translation>Telegrammtyp</translation>
+    </message>
+    <message>
+        <source>OSI3 Adr. ID</source>
+        <translation>OSI3-Adr.-ID</translation>
+    </message>
+    <message>
+        <source>PRM</source>
+        <translation>PRM</translation>
+    </message>
+    <message>
+        <source>FCB</source>
+        <translation>FCB</translation>
+    </message>
+    <message>
+        <source>FCV</source>
+        <translation>FCV</translation>
+    </message>
+    <message>
+        <source>ACD</source>
+        <translation>ACD</translation>
+    </message>
+    <message>
+        <source>DFC</source>
+        <translation>DFC</translation>
+    </message>
+    <message>
+        <source>Function</source>
+        <translation>Funktion</translation>
+    </message>
+    <message>
+        <source>Address</source>
+        <translation>Adresse</translation>
+    </message>
+    <message>
+        <source>Checksum</source>
+        <translation>Prüfsumme</translation>
+    </message>
+    <message>
+        <source>Version %1</source>
+        <translation>Version %1</translation>
+    </message>
+    <message>
+        <source>Device open failed</source>
+        <translation>Gerät konnte nicht geöffnet werden</translation>
+    </message>
+    <message>
+        <source>The device %1 could not be opened.</source>
+        <translation>Das Gerät %1 konnte nicht geöffnet werden.</translation>
+    </message>
+</context>
+<context>
+    <name>OptionsDialog</name>
+    <message>
+        <source>Options</source>
+        <translation>Optionen</translation>
+    </message>
+    <message>
+        <source>Interface</source>
+        <translation>Schnittstelle</translation>
+    </message>
+    <message>
+        <source>&amp;Device name</source>
+        <translation>&amp;Gerätename</translation>
+    </message>
+    <message>
+        <source>&amp;Baudrate</source>
+        <translation>&amp;Baudrate</translation>
+    </message>
+    <message>
+        <source>Trace</source>
+        <translation>Trace</translation>
+    </message>
+    <message>
+        <source>Trace level</source>
+        <translation>Trace-Ebene</translation>
+    </message>
+    <message>
+        <source>TLS OSI 7</source>
+        <translation>TLS OSI 7</translation>
+    </message>
+    <message>
+        <source>TLS OSI 2</source>
+        <translation>TLS OSI 2</translation>
+    </message>
+    <message>
+        <source>IEC 870 (raw serial)</source>
+        <translation>IEC 870 (serielle Rohdaten)</translation>
+    </message>
+    <message>
+        <source>Lines in visible trace</source>
+        <translation>Zeilen im sichtbaren Trace</translation>
+    </message>
+    <message>
+        <source>Target</source>
+        <translation>Zielgerät</translation>
+    </message>
+    <message>
+        <source>OSI 2 Address</source>
+        <translation>OSI-2-Adresse</translation>
+    </message>
+    <message>
+        <source>OSI 7 (DE) Address</source>
+        <translation>OSI-7-Adresse (DE)</translation>
+    </message>
+    <message>
+        <source>&lt;html&gt;&lt;head/&gt;&lt;body&gt;&lt;p&gt;If enabled, the target&apos;s functional group 254 will receive receive a configuration frame (TLS 33) to assign the physical channel to the OSI7 (DE) address.&lt;/p&gt;&lt;/body&gt;&lt;/html&gt;</source>
+        <translation>&lt;html&gt;&lt;head/&gt;&lt;body&gt;&lt;p&gt;Wenn aktiviert, erhält die Funktionsgruppe 254 des Zielgeräts ein Konfigurationstelegramm (TLS 33), das den physikalischen Kanal der OSI7-Adresse (DE) zuweist.&lt;/p&gt;&lt;/body&gt;&lt;/html&gt;</translation>
+    </message>
+    <message>
+        <source>Assign address on link up</source>
+        <translation>Adresse beim Verbindungsaufbau zuweisen</translation>
+    </message>
+    <message>
+        <source>Flasher Configuration</source>
+        <translation>Blinkgeber-Konfiguration</translation>
+    </message>
+    <message>
+        <source>Cycle Period</source>
+        <translation>Taktperiode</translation>
+    </message>
+    <message>
+        <source>ms</source>
+        <translation>ms</translation>
+    </message>
+    <message>
+        <source>Synchronization</source>
+        <translation>Synchronisation</translation>
+    </message>
+    <message>
+        <source>Soft Cycles</source>
+        <translation>Soft-Sync-Zyklen</translation>
+    </message>
+    <message>
+        <source>Use OSI2 broadcast address</source>
+        <translation>OSI2-Broadcast-Adresse verwenden</translation>
+    </message>
+    <message>
+        <source>Use OSI7 broadcast address</source>
+        <translation>OSI7-Broadcast-Adresse verwenden</translation>
+    </message>
+    <message>
+        <source>Behaviour</source>
+        <translation>Verhalten</translation>
+    </message>
+    <message>
+        <source>If enabled, any further received actual values for broken images will not be handled. The image will remain broken until reported good again.</source>
+        <translation>Wenn aktiviert, werden weitere empfangene Istwerte für defekte Signalbilder nicht verarbeitet. Das Signalbild bleibt defekt, bis es wieder als in Ordnung gemeldet wird.</translation>
+    </message>
+    <message>
+        <source>Ignore actual values for defective images</source>
+        <translation>Istwerte für defekte Signalbilder ignorieren</translation>
+    </message>
+    <message>
+        <source>Firmware</source>
+        <translation>Firmware</translation>
+    </message>
+    <message>
+        <source>Settings</source>
+        <translation>Einstellungen</translation>
+    </message>
+    <message>
+        <source>Baudrate for firmware upload</source>
+        <translation>Baudrate für die Firmware-Übertragung</translation>
+    </message>
+    <message>
+        <source>Warning messages</source>
+        <translation>Warnmeldungen</translation>
+    </message>
+    <message>
+        <source>Firmware of device is more recent then update</source>
+        <translation>Firmware des Geräts ist neuer als das Update</translation>
+    </message>
+    <message>
+        <source>Firmware upload at high baudrate</source>
+        <translation>Firmware-Übertragung mit hoher Baudrate</translation>
+    </message>
+    <message>
+        <source>Programming starts</source>
+        <translation>Programmierung beginnt</translation>
+    </message>
+</context>
+<context>
+    <name>SetOSI2AddressDialog</name>
+    <message>
+        <source>Set OSI 2 Address</source>
+        <translation>OSI-2-Adresse setzen</translation>
+    </message>
+    <message>
+        <source>This will change the OSI 2 address of the Strelo and
+reset it. The Lichtwart will disconnect and then
+be reconfigured to use the new OSI 2 address.</source>
+        <translation>Dadurch wird die OSI-2-Adresse des Strelo geändert und
+das Gerät zurückgesetzt. Lichtwart trennt die Verbindung
+und verwendet danach die neue OSI-2-Adresse.</translation>
+    </message>
+    <message>
+        <source>New OSI 2 Address</source>
+        <translation>Neue OSI-2-Adresse</translation>
+    </message>
+</context>
+<context>
+    <name>StreloVisualDialog</name>
+    <message>
+        <source>Strelo Visual</source>
+        <translation>Strelo-Fernsteuerung</translation>
+    </message>
+    <message>
+        <source>Automatic setpoint</source>
+        <translation>Automatischer Sollwert</translation>
+    </message>
+    <message>
+        <source>&lt;html&gt;&lt;head/&gt;&lt;body&gt;&lt;p style=&quot;white-space:nowrap;&quot;&gt;Use Schift+Click for steady yellow,&lt;br&gt;Ctrl+Click for flashing yellow&lt;/p&gt;&lt;/body&gt;&lt;/html&gt;</source>
+        <translation>&lt;html&gt;&lt;head/&gt;&lt;body&gt;&lt;p style=&quot;white-space:nowrap;&quot;&gt;Umschalt+Klick für Dauergelb,&lt;br&gt;Strg+Klick für Gelbblinken&lt;/p&gt;&lt;/body&gt;&lt;/html&gt;</translation>
+    </message>
+    <message>
+        <source>OFF</source>
+        <translation>AUS</translation>
+    </message>
+    <message>
+        <source>Current (mA)</source>
+        <translation>Strom (mA)</translation>
+    </message>
+    <message>
+        <source>Refresh</source>
+        <translation>Aktualisieren</translation>
+    </message>
+    <message>
+        <source>Intensity</source>
+        <translation>Helligkeit</translation>
+    </message>
+    <message>
+        <source>Dim</source>
+        <translation>Gedimmt</translation>
+    </message>
+    <message>
+        <source>Full</source>
+        <translation>Voll</translation>
+    </message>
+    <message>
+        <source>Close</source>
+        <translation>Schließen</translation>
+    </message>
+</context>
+<context>
+    <name>WarnAbortDialog</name>
+    <message>
+        <source>Warning</source>
+        <translation>Warnung</translation>
+    </message>
+    <message>
+        <source>Don&apos;t show this message in future</source>
+        <translation>Diese Meldung künftig nicht mehr anzeigen</translation>
+    </message>
+    <message>
+        <source>Continue</source>
+        <translation>Fortfahren</translation>
+    </message>
+    <message>
+        <source>Abort</source>
+        <translation>Abbrechen</translation>
+    </message>
+</context>
+<context>
+    <name>WarnDialog</name>
+    <message>
+        <source>Warning</source>
+        <translation>Warnung</translation>
+    </message>
+    <message>
+        <source>Don&apos;t show this message in future</source>
+        <translation>Diese Meldung künftig nicht mehr anzeigen</translation>
+    </message>
+    <message>
+        <source>OK</source>
+        <translation>OK</translation>
+    </message>
+</context>
+</TS>
