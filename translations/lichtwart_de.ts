@@ -25,6 +25,25 @@
     </message>
 </context>
 <context>
+    <name>CLineCapture</name>
+    <message>
+        <source>The capture file %1 could not be created (%2). Choose a folder you may write to.</source>
+        <translation>Die Mitschnittdatei %1 konnte nicht angelegt werden (%2). Wählen Sie einen Ordner, in den Sie schreiben dürfen.</translation>
+    </message>
+    <message>
+        <source>The line capture to %1 has stopped: the file could not be written (%2). The connection goes on; start a new capture on a disk with free space.</source>
+        <translation>Der Leitungsmitschnitt in %1 wurde beendet: Die Datei konnte nicht geschrieben werden (%2). Die Verbindung bleibt bestehen; starten Sie einen neuen Mitschnitt auf einem Datenträger mit freiem Platz.</translation>
+    </message>
+    <message>
+        <source>The line capture to %1 has stopped: the file was deleted or moved away. The connection goes on; start a new capture to record it again.</source>
+        <translation>Der Leitungsmitschnitt in %1 wurde beendet: Die Datei wurde gelöscht oder verschoben. Die Verbindung bleibt bestehen; starten Sie einen neuen Mitschnitt, um wieder aufzuzeichnen.</translation>
+    </message>
+    <message>
+        <source>The line capture to %1 has stopped: the file could not be written fast enough. The connection goes on; start a new capture on a faster disk.</source>
+        <translation>Der Leitungsmitschnitt in %1 wurde beendet: Die Datei konnte nicht schnell genug geschrieben werden. Die Verbindung bleibt bestehen; starten Sie einen neuen Mitschnitt auf einem schnelleren Datenträger.</translation>
+    </message>
+</context>
+<context>
     <name>CStartup</name>
     <message>
         <source>Allow firmware upgrade from raw HEX files</source>
@@ -188,6 +207,59 @@ Wirklich fortfahren?</translation>
     <message>
         <source>Any (*.*)</source>
         <translation>Alle Dateien (*.*)</translation>
+    </message>
+</context>
+<context>
+    <name>FindDeviceDialog</name>
+    <message>
+        <source>Find Device</source>
+        <translation>Gerät suchen</translation>
+    </message>
+    <message>
+        <source>Searching %1 for heads at every baud rate and OSI 2 address...</source>
+        <translation>Suche an %1 nach Signalköpfen bei jeder Baudrate und OSI-2-Adresse...</translation>
+    </message>
+    <message>
+        <source>Use</source>
+        <translation>Übernehmen</translation>
+    </message>
+    <message>
+        <source>Cancel</source>
+        <translation>Abbrechen</translation>
+    </message>
+    <message>
+        <source>Heads found:</source>
+        <translation>Gefundene Signalköpfe:</translation>
+    </message>
+    <message>
+        <source>unknown</source>
+        <translation>unbekannt</translation>
+    </message>
+    <message>
+        <source>%1 baud, OSI 2 address %2, OSI 7 address %3
+%4, hardware %5, software %6, UID %7</source>
+        <translation>%1 Baud, OSI-2-Adresse %2, OSI-7-Adresse %3
+%4, Hardware %5, Software %6, UID %7</translation>
+    </message>
+    <message>
+        <source>Close</source>
+        <translation>Schließen</translation>
+    </message>
+    <message>
+        <source>The search was cancelled. Heads found so far: %1.</source>
+        <translation>Die Suche wurde abgebrochen. Bisher gefundene Signalköpfe: %1.</translation>
+    </message>
+    <message>
+        <source>No head answered on %1. Check the cable and the head&apos;s power, then search again.</source>
+        <translation>An %1 hat kein Signalkopf geantwortet. Prüfen Sie das Kabel und die Stromversorgung des Signalkopfs und suchen Sie dann erneut.</translation>
+    </message>
+    <message>
+        <source>The search has ended. Heads found: %1. Choose one and press Use.</source>
+        <translation>Die Suche ist beendet. Gefundene Signalköpfe: %1. Wählen Sie einen aus und klicken Sie auf Übernehmen.</translation>
+    </message>
+    <message>
+        <source>The device %1 could not be opened. Choose another device in the options, or close the program that uses it.</source>
+        <translation>Das Gerät %1 konnte nicht geöffnet werden. Wählen Sie in den Optionen ein anderes Gerät oder beenden Sie das Programm, das es benutzt.</translation>
     </message>
 </context>
 <context>
@@ -375,6 +447,54 @@ Wirklich fortfahren?</translation>
         <source>The device %1 could not be opened.</source>
         <translation>Das Gerät %1 konnte nicht geöffnet werden.</translation>
     </message>
+    <message>
+        <source>Save Trace...</source>
+        <translation>Trace speichern...</translation>
+    </message>
+    <message>
+        <source>Save the rows of the trace table to a file</source>
+        <translation>Die Zeilen der Trace-Tabelle in eine Datei speichern</translation>
+    </message>
+    <message>
+        <source>Ctrl+S</source>
+        <translation>Ctrl+S</translation>
+    </message>
+    <message>
+        <source>Find Device...</source>
+        <translation>Gerät suchen...</translation>
+    </message>
+    <message>
+        <source>Search the serial device for heads at every baud rate and OSI 2 address</source>
+        <translation>Die serielle Schnittstelle bei jeder Baudrate und OSI-2-Adresse nach Signalköpfen durchsuchen</translation>
+    </message>
+    <message>
+        <source>Capture Line to File...</source>
+        <translation>Leitung in Datei mitschneiden...</translation>
+    </message>
+    <message>
+        <source>Record every byte on the serial line into a file that Wireshark opens</source>
+        <translation>Jedes Byte auf der seriellen Leitung in eine Datei aufzeichnen, die Wireshark öffnet</translation>
+    </message>
+    <message>
+        <source>Capture Line to File</source>
+        <translation>Leitung in Datei mitschneiden</translation>
+    </message>
+    <message>
+        <source>Line captures (*.pcap)</source>
+        <translation>Leitungsmitschnitte (*.pcap)</translation>
+    </message>
+    <message>
+        <source>Line capture failed</source>
+        <translation>Leitungsmitschnitt fehlgeschlagen</translation>
+    </message>
+    <message>
+        <source>Line capture stopped</source>
+        <translation>Leitungsmitschnitt beendet</translation>
+    </message>
+    <message>
+        <source>Capturing: %1</source>
+        <translation>Mitschnitt: %1</translation>
+    </message>
 </context>
 <context>
     <name>OptionsDialog</name>
@@ -508,6 +628,13 @@ Wirklich fortfahren?</translation>
     </message>
 </context>
 <context>
+    <name>SerialPortCompleter</name>
+    <message>
+        <source>Serial ports present</source>
+        <translation>Vorhandene serielle Schnittstellen</translation>
+    </message>
+</context>
+<context>
     <name>SetOSI2AddressDialog</name>
     <message>
         <source>Set OSI 2 Address</source>
@@ -567,6 +694,35 @@ und verwendet danach die neue OSI-2-Adresse.</translation>
     <message>
         <source>Close</source>
         <translation>Schließen</translation>
+    </message>
+</context>
+<context>
+    <name>TraceTableExport</name>
+    <message>
+        <source>Comma-separated values (*.csv)</source>
+        <translation>Kommagetrennte Werte (*.csv)</translation>
+    </message>
+    <message>
+        <source>Tab-separated text (*.txt)</source>
+        <translation>Tabulatorgetrennter Text (*.txt)</translation>
+    </message>
+    <message>
+        <source>Copy</source>
+        <translation>Kopieren</translation>
+    </message>
+    <message>
+        <source>Save Trace</source>
+        <translation>Trace speichern</translation>
+    </message>
+    <message>
+        <source>Saving the trace failed</source>
+        <translation>Speichern des Trace fehlgeschlagen</translation>
+    </message>
+    <message>
+        <source>The trace could not be written to %1: %2
+Choose another file or folder and save again.</source>
+        <translation>Der Trace konnte nicht nach %1 geschrieben werden: %2
+Wählen Sie eine andere Datei oder einen anderen Ordner und speichern Sie erneut.</translation>
     </message>
 </context>
 <context>
