@@ -1,24 +1,8 @@
 #pragma once
 
 #include "CCommunicationPort.h"
-    // The line capture. The program drives one serial line, and the link and the boot loader take
-    // turns on it; a capture records that line, so the tap belongs to the process rather than to one
-    // port: every port passes each chunk it writes or reads to the tap set here. Null ends the
-    // recording; a port that is handing a chunk over keeps the old tap alive until it is done.
-    static void SetLineTap(std::shared_ptr<CLineTap> tap);
-    static std::shared_ptr<CLineTap> LineTap();
-
-    // What made the last Open or Configure fail (step None after a success). Read on the thread
-    // that opens the port.
-    const PortOpenFailure &LastOpenFailure() const { return m_openFailure; }
-
-protected:
-    // Hands a chunk, as it is, to the line tap (if any) with the time of this call.
-    static void TapBytes(int direction, const ByteVector &data);
-    void RecordOpenFailure(const PortOpenFailure &failure) { m_openFailure = failure; }
-
-private:
-    PortOpenFailure m_openFailure;
+#include "CLineTap.h"
+#include "PortOpenFailure.h"
 
 #include <memory>
 #include <string>
