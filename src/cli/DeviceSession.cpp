@@ -165,7 +165,8 @@ int DeviceSession::RunMonitor(int durationMs)
     m_printReports = true;
     if (!Identify()) {
         Finish();
-        return kExitNoLink;
+        // SIGINT or SIGTERM while the link comes up is the user's way to end a monitor: a clean stop.
+        return m_interrupted ? kExitOk : kExitNoLink;
     }
     Settle(durationMs);
     // A head lost during the run gets up to --timeout to come back and answer its start-up jobs

@@ -111,6 +111,15 @@ private:
         return german;
     }
 
+    // The English text of a menu action: from the form, or for the one action the window makes in
+    // code (the line capture, an addition of this program's own) the source text it passes to tr().
+    static QString EnglishActionText(const UiFormTexts &form, const QString &objectName)
+    {
+        if (objectName == QLatin1String("actionCaptureLine"))
+            return QStringLiteral("Capture Line to File...");
+        return form.Text(objectName, "text");
+    }
+
 private slots:
     void initTestCase()
     {
@@ -137,7 +146,7 @@ private slots:
             for (QAction *action : menu->actions()) {
                 if (action->isSeparator())
                     continue;
-                QCOMPARE(action->text(), Expected("MainWindow", form.Text(action->objectName(), "text")));
+                QCOMPARE(action->text(), Expected("MainWindow", EnglishActionText(form, action->objectName())));
             }
         }
     }
