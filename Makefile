@@ -43,7 +43,7 @@ space := $(empty) $(empty)
 test-tsan: deps
 	cmake -S . -B $(TSAN_DIR) $(CMAKE_GEN) -DCMAKE_BUILD_TYPE=Debug -DLICHTWART_SANITIZE=thread
 	cmake --build $(TSAN_DIR) -j $(JOBS) $(if $(TSAN_TESTS),--target $(TSAN_TESTS))
-	cd $(TSAN_DIR) && QT_NO_GLIB=1 ctest --output-on-failure -j $(TEST_JOBS) -LE 'soak|nosan' \
+	cd $(TSAN_DIR) && QT_NO_GLIB=1 ctest --output-on-failure -j $(TEST_JOBS) -LE 'soak|nosan|notsan' \
 	  $(if $(TSAN_TESTS),-R '^($(subst $(space),|,$(strip $(TSAN_TESTS))))$$')
 
 run: build

@@ -31,6 +31,24 @@ CLineTap::Clock::time_point At(qint64 seconds, qint64 microseconds)
 } // namespace
 
 // The capture writer: what it writes, and how it ends when the file fails.
+// Takes a capture's signals the way the window and the CLI do: queued to the test's thread. A
+// QSignalSpy on the capture itself would record on the writer thread, beside the test's own reads.
+class QueuedRelay : public QObject
+{
+    Q_OBJECT
+
+public:
+    explicit QueuedRelay(CLineCapture &capture)
+    {
+        connect(&capture, &CLineCapture::Failed, this, &QueuedRelay::Failed, Qt::QueuedConnection);
+        connect(&capture, &CLineCapture::SizeChanged, this, &QueuedRelay::SizeChanged, Qt::QueuedConnection);
+    }
+
+signals:
+    void Failed(const QString &message);
+    void SizeChanged(qint64 bytes);
+};
+
 class TestCLineCapture : public QObject
 {
     Q_OBJECT
@@ -106,7 +124,8 @@ void TestCLineCapture::aFullDiskEndsTheCapture()
 {
     // /dev/full takes the file header into the buffer and refuses the first real write: a full disk.
     CLineCapture capture;
-    QSignalSpy failed(&capture, &CLineCapture::Failed);
+    QueuedRelay relay(capture);
+    QSignalSpy failed(&relay, &QueuedRelay::Failed);
     QVERIFY(capture.Start(QStringLiteral("/dev/full")));
     capture.Record(CAsync::kDirectionSent, At(1, 0), Bytes({0xE5}));
     QVERIFY(failed.wait(5000));
@@ -126,7 +145,8 @@ void TestCLineCapture::aDeletedFileEndsTheCapture()
     QTemporaryDir dir;
     const QString path = dir.filePath(QStringLiteral("gone.pcap"));
     CLineCapture capture;
-    QSignalSpy failed(&capture, &CLineCapture::Failed);
+    QueuedRelay relay(capture);
+    QSignalSpy failed(&relay, &QueuedRelay::Failed);
     QVERIFY(capture.Start(path));
     QVERIFY(QFile::remove(path));
     capture.Record(CAsync::kDirectionReceived, At(1, 0), Bytes({0xE5}));
@@ -140,7 +160,8 @@ void TestCLineCapture::theFileIsFlushedWithinASecond()
     QTemporaryDir dir;
     const QString path = dir.filePath(QStringLiteral("live.pcap"));
     CLineCapture capture;
-    QSignalSpy grown(&capture, &CLineCapture::SizeChanged);
+    QueuedRelay relay(capture);
+    QSignalSpy grown(&relay, &QueuedRelay::SizeChanged);
     QVERIFY(capture.Start(path));
     capture.Record(CAsync::kDirectionSent, At(1, 0), Bytes({0x10, 0x49, 0x01, 0x4A, 0x16}));
     // Still running: what a crash would leave behind is already on disk.
