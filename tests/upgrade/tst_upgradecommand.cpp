@@ -367,6 +367,9 @@ void TestUpgradeCommand::imagePastTopOfAddressSpaceIsNeverSent()
     QCOMPARE(result.exitCode, 4);
     QCOMPARE(result.ErrLines(), QStringList {message});
     QVERIFY(SimLines(sim, "upload-mode").isEmpty());
+    // The simulator notices the first run's close a moment after the CLI has exited; from then
+    // on the line must stay silent.
+    QVERIFY(sim.WaitForLine(QRegularExpression("port closed"), 0) >= 0);
 
     const int before = sim.LineCount();
     result = Run({"--device", sim.DevicePath(), "upgrade", path, "--allow-raw-hex", "--retry", product});
