@@ -1,13 +1,3 @@
-# Parsing the Qt Widgets headers is most of the time a test takes to compile. They are compiled
-# once into a precompiled header that every test executable reuses; each test therefore links the
-# same Qt modules, so that it is compiled with the same definitions as the header. QtTest stays out:
-# its headers read QT_TESTCASE_BUILDDIR, which differs from one test directory to the next.
-function(lichtwart_test_pch)
-  add_library(lichtwart_testpch OBJECT ${PROJECT_SOURCE_DIR}/tests/common/PrecompiledQt.cpp)
-  target_link_libraries(lichtwart_testpch PRIVATE Qt6::Widgets)
-  target_precompile_headers(lichtwart_testpch PRIVATE <QtWidgets>)
-endfunction()
-
 # lichtwart_test(NAME SOURCES ... [LIBS ...] [LABELS ...] [TIMEOUT s] [WAITS])
 # WAITS marks a test that spends tens of seconds waiting out the protocol's time-outs; tests with
 # the label sim wait on the simulator and count as such too.
@@ -18,7 +8,6 @@ function(lichtwart_test name)
   cmake_parse_arguments(T "WAITS" "TIMEOUT" "SOURCES;LIBS;LABELS" ${ARGN})
   add_executable(${name} ${T_SOURCES})
   target_link_libraries(${name} PRIVATE Qt6::Test Qt6::Widgets lichtwart_testsupport ${T_LIBS})
-  target_precompile_headers(${name} REUSE_FROM lichtwart_testpch)
   set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/tests)
   add_test(NAME ${name} COMMAND ${name})
   if(NOT T_TIMEOUT)
