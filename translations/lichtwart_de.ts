@@ -626,6 +626,14 @@ Wirklich fortfahren?</translation>
         <source>Programming starts</source>
         <translation>Programmierung beginnt</translation>
     </message>
+    <message>
+        <source>Ask before programming a package made for another product than the connected head</source>
+        <translation>Vor dem Programmieren nachfragen, wenn das Paket für ein anderes Produkt als den angeschlossenen Signalkopf gemacht ist</translation>
+    </message>
+    <message>
+        <source>Package made for another product</source>
+        <translation>Paket für ein anderes Produkt</translation>
+    </message>
 </context>
 <context>
     <name>SerialPortCompleter</name>

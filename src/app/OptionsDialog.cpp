@@ -139,6 +139,9 @@ void OptionsDialog::LoadFirmware()
     ui->checkBoxWarnBaudrate->setChecked(Stored(LichtwartSettings::FirmwareWarnBaudrate).toBool());
     ui->checkBoxWarnProgramming->setChecked(
         Stored(LichtwartSettings::FirmwareWarnProgStart).toBool());
+    // The product check came after the three warnings the dialog was made with; its box is the
+    // only way back once "Don't show this message in future" was ticked.
+    ui->checkBoxWarnProduct->setChecked(Stored(LichtwartSettings::FirmwareWarnProduct).toBool());
 }
 
 void OptionsDialog::ConnectSignals()
@@ -199,6 +202,7 @@ void OptionsDialog::SaveFirmware()
     Store(LichtwartSettings::FirmwareWarnOutdated, ui->checkBoxWarnOldFirmware->isChecked());
     Store(LichtwartSettings::FirmwareWarnBaudrate, ui->checkBoxWarnBaudrate->isChecked());
     Store(LichtwartSettings::FirmwareWarnProgStart, ui->checkBoxWarnProgramming->isChecked());
+    Store(LichtwartSettings::FirmwareWarnProduct, ui->checkBoxWarnProduct->isChecked());
 }
 
 void OptionsDialog::TraceLinesChanged(QString qstrText)

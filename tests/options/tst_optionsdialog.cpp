@@ -123,6 +123,7 @@ void tst_OptionsDialog::emptyStoreShowsDefaults()
     QVERIFY(Child<QCheckBox>("checkBoxWarnOldFirmware")->isChecked());
     QVERIFY(Child<QCheckBox>("checkBoxWarnBaudrate")->isChecked());
     QVERIFY(Child<QCheckBox>("checkBoxWarnProgramming")->isChecked());
+    QVERIFY(Child<QCheckBox>("checkBoxWarnProduct")->isChecked());
     QVERIFY(OkButton()->isEnabled());
 }
 
@@ -207,6 +208,7 @@ void tst_OptionsDialog::widgetTexts()
              QStringLiteral("Firmware of device is more recent then update"));
     QCOMPARE(text("checkBoxWarnBaudrate"), QStringLiteral("Firmware upload at high baudrate"));
     QCOMPARE(text("checkBoxWarnProgramming"), QStringLiteral("Programming starts"));
+    QCOMPARE(text("checkBoxWarnProduct"), QStringLiteral("Package made for another product"));
 }
 
 void tst_OptionsDialog::toolTips()
@@ -274,6 +276,7 @@ void tst_OptionsDialog::storedValuesAreShown()
     settings.setValue(S::FirmwareWarnOutdated, false);
     settings.setValue(S::FirmwareWarnBaudrate, false);
     settings.setValue(S::FirmwareWarnProgStart, false);
+    settings.setValue(S::FirmwareWarnProduct, false);
     Open();
     QCOMPARE(Child<QLineEdit>("lineDevicename")->text(), QStringLiteral("/dev/ttyUSB3"));
     QCOMPARE(Child<QComboBox>("comboBoxBaudrate")->currentText(), QStringLiteral("57600"));
@@ -292,6 +295,7 @@ void tst_OptionsDialog::storedValuesAreShown()
     QVERIFY(!Child<QCheckBox>("checkBoxWarnOldFirmware")->isChecked());
     QVERIFY(!Child<QCheckBox>("checkBoxWarnBaudrate")->isChecked());
     QVERIFY(!Child<QCheckBox>("checkBoxWarnProgramming")->isChecked());
+    QVERIFY(!Child<QCheckBox>("checkBoxWarnProduct")->isChecked());
 }
 
 void tst_OptionsDialog::unknownTraceLevelShowsOsi7AndSavesZero()
@@ -502,6 +506,7 @@ void tst_OptionsDialog::ChangeEveryWidget()
     Child<QCheckBox>("checkBoxWarnOldFirmware")->setChecked(false);
     Child<QCheckBox>("checkBoxWarnBaudrate")->setChecked(false);
     Child<QCheckBox>("checkBoxWarnProgramming")->setChecked(false);
+    Child<QCheckBox>("checkBoxWarnProduct")->setChecked(false);
     m_dialog->resize(700, 650);
 }
 
@@ -559,9 +564,10 @@ void tst_OptionsDialog::okWritesEveryKeyAndTheSize()
     QCOMPARE(settings.value(S::FirmwareWarnOutdated).toBool(), false);
     QCOMPARE(settings.value(S::FirmwareWarnBaudrate).toBool(), false);
     QCOMPARE(settings.value(S::FirmwareWarnProgStart).toBool(), false);
+    QCOMPARE(settings.value(S::FirmwareWarnProduct).toBool(), false);
     QCOMPARE(settings.value(S::OptionsDlgSize).toSize(), QSize(700, 650));
     // Only the dialog's own keys: the window geometry and the firmware directory are not its.
-    QCOMPARE(settings.allKeys().size(), 18);
+    QCOMPARE(settings.allKeys().size(), 19);
 }
 
 void tst_OptionsDialog::okWithUntouchedDialogStoresWhatWasShown()
@@ -571,10 +577,7 @@ void tst_OptionsDialog::okWithUntouchedDialogStoresWhatWasShown()
     QSettings settings;
     for (const LichtwartSettings::Entry &entry : LichtwartSettings::Table()) {
         const QString qstrKey = QLatin1String(entry.key);
-        // The product warning is switched off only from its own dialog; the options dialog has no
-        // box for it (yet).
-        if (qstrKey.startsWith("mainwindow/") || qstrKey == QLatin1String(S::FirmwareDirectory) ||
-            qstrKey == QLatin1String(S::FirmwareWarnProduct))
+        if (qstrKey.startsWith("mainwindow/") || qstrKey == QLatin1String(S::FirmwareDirectory))
             QVERIFY2(!settings.contains(qstrKey), entry.key);
         else if (qstrKey == QLatin1String(S::OptionsDlgSize))
             QCOMPARE(settings.value(qstrKey).toSize(), QSize(547, 546));
