@@ -1,7 +1,9 @@
 #include "FirmwarePackageBuilder.h"
 #include "FlashImage.h"
 #include "LineRelay.h"
+#include "LogTrigger.h"
 #include "SettingsSandbox.h"
+#include "SimChild.h"
 #include "SimProcess.h"
 
 #include "CliOptions.h"
@@ -79,6 +81,7 @@ private slots:
     void otherProductIsRefusedUnlessForced();
     void otherProductIsRefusedInRetry();
     void headKeepingItsOldVersionFailsVerification();
+    void headThatDoesNotComeBackFailsVerification();
     void noVerifySkipsTheCheck();
 
 private:
@@ -424,6 +427,25 @@ void TestUpgradeCommand::headKeepingItsOldVersionFailsVerification()
     QCOMPARE(result.ErrLines().last(),
              QString("error: after the upgrade the head reports software 1.4.2, not the package's version 9.1.0; "
                      "the new firmware did not take, run the upgrade again"));
+}
+
+void TestUpgradeCommand::headThatDoesNotComeBackFailsVerification()
+{
+    // The head loses its supply just as it leaves the boot loader for the new image: the line
+    // stays, but nothing answers on it.
+    const QString package = WritePackage(false, TwoBlocks(0x004000));
+    SimChild sim;
+    QVERIFY(sim.Start({}));
+    LogTrigger powerLoss(sim, "boot leave", 1, [&sim] { sim.Freeze(); });
+    const CommandResult result =
+        Run({"--device", sim.DevicePath(), "upgrade", package, "--verify-timeout", "2000"});
+    QVERIFY(powerLoss.Fired());
+    QCOMPARE(result.exitCode, 5);
+    QCOMPARE(result.OutLines(), kStatusLines + QStringList {"Waiting for the restarted head ..."});
+    QCOMPARE(result.ErrLines().last(),
+             "error: the head did not come back on " + sim.DevicePath()
+                 + " within 2000 ms after the upgrade; check its power and cable, run identify, and if it stays in "
+                   "its boot loader run the upgrade again with --retry PRODUCT");
 }
 
 void TestUpgradeCommand::noVerifySkipsTheCheck()
