@@ -208,6 +208,16 @@ Wirklich fortfahren?</translation>
         <source>Any (*.*)</source>
         <translation>Alle Dateien (*.*)</translation>
     </message>
+    <message>
+        <source>The firmware package is made for the product &apos;%1&apos;, but the connected device is a &apos;%2&apos;.
+Firmware for another product can leave the device unusable.
+
+Do you really want to continue ?</source>
+        <translation>Das Firmware-Paket ist für das Produkt &apos;%1&apos; gemacht, das angeschlossene Gerät ist aber ein &apos;%2&apos;.
+Firmware für ein anderes Produkt kann das Gerät unbrauchbar machen.
+
+Wollen Sie wirklich fortfahren?</translation>
+    </message>
 </context>
 <context>
     <name>FindDeviceDialog</name>
@@ -260,6 +270,14 @@ Wirklich fortfahren?</translation>
     <message>
         <source>The device %1 could not be opened. Choose another device in the options, or close the program that uses it.</source>
         <translation>Das Gerät %1 konnte nicht geöffnet werden. Wählen Sie in den Optionen ein anderes Gerät oder beenden Sie das Programm, das es benutzt.</translation>
+    </message>
+    <message>
+        <source>%1 refused these baud rates, so no head could be searched for at them: %2.</source>
+        <translation>%1 hat diese Baudraten abgelehnt, daher konnte bei ihnen kein Signalkopf gesucht werden: %2.</translation>
+    </message>
+    <message>
+        <source>The device %1 could not be opened. %2</source>
+        <translation>Das Gerät %1 konnte nicht geöffnet werden. %2</translation>
     </message>
 </context>
 <context>
@@ -633,6 +651,129 @@ Wirklich fortfahren?</translation>
     <message>
         <source>Package made for another product</source>
         <translation>Paket für ein anderes Produkt</translation>
+    </message>
+</context>
+<context>
+    <name>PortOpenReason</name>
+    <message>
+        <source>a regular file</source>
+        <translation>eine gewöhnliche Datei</translation>
+    </message>
+    <message>
+        <source>a folder</source>
+        <translation>ein Ordner</translation>
+    </message>
+    <message>
+        <source>a pipe</source>
+        <translation>eine Pipe</translation>
+    </message>
+    <message>
+        <source>a socket</source>
+        <translation>ein Socket</translation>
+    </message>
+    <message>
+        <source>a block device</source>
+        <translation>ein Blockgerät</translation>
+    </message>
+    <message>
+        <source>a device that is no terminal</source>
+        <translation>ein Gerät, das kein Terminal ist</translation>
+    </message>
+    <message>
+        <source>no parity</source>
+        <translation>keine Parität</translation>
+    </message>
+    <message>
+        <source>even parity</source>
+        <translation>gerade Parität</translation>
+    </message>
+    <message>
+        <source>odd parity</source>
+        <translation>ungerade Parität</translation>
+    </message>
+    <message>
+        <source>The system refused to open %1: %2.</source>
+        <translation>Das System hat das Öffnen von %1 verweigert: %2.</translation>
+    </message>
+    <message>
+        <source>You are not allowed to use %1, and no group gives access to it. Ask the administrator of this computer to give your user access to the device.</source>
+        <translation>Sie dürfen %1 nicht benutzen, und keine Gruppe gibt Zugriff darauf. Bitten Sie den Administrator dieses Computers, Ihrem Benutzer Zugriff auf das Gerät zu geben.</translation>
+    </message>
+    <message>
+        <source>You are not allowed to use %1 yet: it belongs to the group %2, and your user %3 was added to that group after this login began. Log out and log in again.</source>
+        <translation>Sie dürfen %1 noch nicht benutzen: Es gehört der Gruppe %2, und Ihr Benutzer %3 wurde erst nach dieser Anmeldung in die Gruppe aufgenommen. Melden Sie sich ab und wieder an.</translation>
+    </message>
+    <message>
+        <source>You are not allowed to use %1: it belongs to the group %2, and your user %3 is not in it. Add the user to the group with the command &quot;sudo adduser %3 %2&quot;, then log out and log in again (the new group counts from the next login on).</source>
+        <translation>Sie dürfen %1 nicht benutzen: Es gehört der Gruppe %2, und Ihr Benutzer %3 ist nicht darin. Nehmen Sie den Benutzer mit dem Befehl &quot;sudo adduser %3 %2&quot; in die Gruppe auf und melden Sie sich dann ab und wieder an (die neue Gruppe gilt ab der nächsten Anmeldung).</translation>
+    </message>
+    <message>
+        <source>%1 (process %2)</source>
+        <translation>%1 (Prozess %2)</translation>
+    </message>
+    <message>
+        <source>a program</source>
+        <translation>ein Programm</translation>
+    </message>
+    <message>
+        <source>%1 is in use by another program. Close that program (or end its connection), then try again.</source>
+        <translation>%1 wird von einem anderen Programm benutzt. Schließen Sie dieses Programm (oder beenden Sie seine Verbindung) und versuchen Sie es dann erneut.</translation>
+    </message>
+    <message>
+        <source>%1 is in use by another program: %2. Close that program (or end its connection), then try again.</source>
+        <translation>%1 wird von einem anderen Programm benutzt: %2. Schließen Sie dieses Programm (oder beenden Sie seine Verbindung) und versuchen Sie es dann erneut.</translation>
+    </message>
+    <message>
+        <source>There is no device %1.</source>
+        <translation>Es gibt kein Gerät %1.</translation>
+    </message>
+    <message>
+        <source>There is no serial hardware behind %1 (%2).</source>
+        <translation>Hinter %1 steckt keine serielle Hardware (%2).</translation>
+    </message>
+    <message>
+        <source>%1 is not a serial device.</source>
+        <translation>%1 ist keine serielle Schnittstelle.</translation>
+    </message>
+    <message>
+        <source>%1 is not a serial device but %2.</source>
+        <translation>%1 ist keine serielle Schnittstelle, sondern %2.</translation>
+    </message>
+    <message>
+        <source>%1 baud</source>
+        <translation>%1 Baud</translation>
+    </message>
+    <message>
+        <source>%1 data bits</source>
+        <translation>%1 Datenbits</translation>
+    </message>
+    <message>
+        <source>one stop bit</source>
+        <translation>ein Stoppbit</translation>
+    </message>
+    <message>
+        <source>two stop bits</source>
+        <translation>zwei Stoppbits</translation>
+    </message>
+    <message>
+        <source>they did not take effect</source>
+        <translation>sie wurden nicht übernommen</translation>
+    </message>
+    <message>
+        <source>%1 refused the settings %2 (%3). Choose another baud rate in the options, or another port.</source>
+        <translation>%1 hat die Einstellungen %2 abgelehnt (%3). Wählen Sie in den Optionen eine andere Baudrate oder eine andere Schnittstelle.</translation>
+    </message>
+    <message>
+        <source>No serial port is present on this computer: plug in the adapter, then try again.</source>
+        <translation>An diesem Computer ist keine serielle Schnittstelle vorhanden: Stecken Sie den Adapter ein und versuchen Sie es dann erneut.</translation>
+    </message>
+    <message>
+        <source>Ports present: %1.</source>
+        <translation>Vorhandene Schnittstellen: %1.</translation>
+    </message>
+    <message>
+        <source>On Linux, %1 is taken to mean %2. </source>
+        <translation>Unter Linux steht %1 für %2. </translation>
     </message>
 </context>
 <context>

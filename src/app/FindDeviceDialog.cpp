@@ -1,5 +1,6 @@
 #include "FindDeviceDialog.h"
 
+#include "ports/PortOpenReason.h"
 #include "settings/LichtwartSettings.h"
 
 #include <QDialogButtonBox>
@@ -46,6 +47,8 @@ FindDeviceDialog::FindDeviceDialog(const QString &device, const QList<CHeadSearc
     connect(&m_search, &CHeadSearch::HeadFound, this, &FindDeviceDialog::OnHeadFound);
     connect(&m_search, &CHeadSearch::Finished, this, &FindDeviceDialog::OnFinished);
     connect(&m_search, &CHeadSearch::PortFailed, this, &FindDeviceDialog::OnPortFailed);
+    connect(&m_search, &CHeadSearch::RateRefused, this,
+            [this](const QString &, int rate) { m_refusedRates << QString::number(rate); });
 }
 
 FindDeviceDialog::~FindDeviceDialog()
@@ -100,11 +103,12 @@ void FindDeviceDialog::showEvent(QShowEvent *event)
 void FindDeviceDialog::OnHeadFound(const FoundHead &head)
 {
     m_heads.append(head);
+    const auto shown = [](const QString &value) { return value.isEmpty() ? tr("unknown") : value; };
     const QString osi7 = head.osi7 != 0 ? QString::number(head.osi7) : tr("unknown");
     m_list->addItem(tr("%1 baud, OSI 2 address %2, OSI 7 address %3\n%4, hardware %5, software %6, UID %7")
                         .arg(head.rate)
                         .arg(head.osi2)
-                        .arg(osi7, head.product, head.hardware, head.software, head.uid));
+                        .arg(osi7, shown(head.product), shown(head.hardware), shown(head.software), shown(head.uid)));
     if (m_list->currentRow() < 0)
         m_list->setCurrentRow(0);
 }
@@ -120,13 +124,21 @@ void FindDeviceDialog::OnFinished(int found, bool cancelled)
                               .arg(m_device));
     else if (found > 0)
         m_status->setText(tr("The search has ended. Heads found: %1. Choose one and press Use.").arg(found));
+    if (!m_refusedRates.isEmpty() && !m_portFailed)
+        m_status->setText(m_status->text() + QLatin1Char(' ')
+                          + tr("%1 refused these baud rates, so no head could be searched for at them: %2.")
+                                .arg(m_device, m_refusedRates.join(QStringLiteral(", "))));
 }
 
 void FindDeviceDialog::OnPortFailed(const QString &device)
 {
     m_portFailed = true;
-    m_status->setText(tr("The device %1 could not be opened. Choose another device in the options, or close "
-                         "the program that uses it.").arg(device));
+    const QString reason = PortOpenReason::Text(m_search.OpenFailure());
+    if (reason.isEmpty())
+        m_status->setText(tr("The device %1 could not be opened. Choose another device in the options, or close "
+                             "the program that uses it.").arg(device));
+    else
+        m_status->setText(tr("The device %1 could not be opened. %2").arg(device, reason));
 }
 
 void FindDeviceDialog::OnCancel()

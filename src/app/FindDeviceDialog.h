@@ -4,6 +4,7 @@
 
 #include <QDialog>
 #include <QList>
+#include <QStringList>
 
 class QLabel;
 class QListWidget;
@@ -44,6 +45,7 @@ private:
     bool m_started = false;
     bool m_searching = false;
     bool m_portFailed = false;
+    QStringList m_refusedRates;
     QLabel *m_status = nullptr;
     QProgressBar *m_progress = nullptr;
     QListWidget *m_list = nullptr;

@@ -438,13 +438,14 @@ bool MainWindow::StartCapture(const QString &qstrPath)
 {
     StopCapture();
     auto capture = std::make_shared<CLineCapture>();
+    // Connected before the writer starts: its first write may already fail.
+    connect(capture.get(), &CLineCapture::SizeChanged, this, &MainWindow::ShowCaptureSize, Qt::QueuedConnection);
+    connect(capture.get(), &CLineCapture::Failed, this, &MainWindow::CaptureFailed, Qt::QueuedConnection);
     if (!capture->Start(qstrPath)) {
         QMessageBox box(QMessageBox::Warning, tr("Line capture failed"), capture->ErrorText(), QMessageBox::Ok, this);
         box.exec();
         return false;
     }
-    connect(capture.get(), &CLineCapture::SizeChanged, this, &MainWindow::ShowCaptureSize, Qt::QueuedConnection);
-    connect(capture.get(), &CLineCapture::Failed, this, &MainWindow::CaptureFailed, Qt::QueuedConnection);
     m_capture = capture;
     CAsync::SetLineTap(capture);
     {

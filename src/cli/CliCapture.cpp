@@ -23,12 +23,13 @@ CliCapture::~CliCapture()
 bool CliCapture::Start(const QString &path)
 {
     auto capture = std::make_shared<CLineCapture>();
+    // Connected before the writer starts: its first write may already fail.
+    connect(capture.get(), &CLineCapture::Failed, this, &CliCapture::OnFailed, Qt::QueuedConnection);
     if (!capture->Start(path)) {
         m_err << "error: " << capture->ErrorText() << "\n";
         m_err.flush();
         return false;
     }
-    connect(capture.get(), &CLineCapture::Failed, this, &CliCapture::OnFailed, Qt::QueuedConnection);
     m_capture = capture;
     CAsync::SetLineTap(capture);
     return true;

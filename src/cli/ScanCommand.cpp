@@ -3,6 +3,7 @@
 #include "ProgressLine.h"
 #include "SignalWatcher.h"
 #include "comm/CAsync.h"
+#include "ports/PortOpenReason.h"
 #include "tls/CHeadSearch.h"
 
 #include <QEventLoop>
@@ -97,7 +98,15 @@ int RunScanCommand(const CliOptions &options, QTextStream &out, QTextStream &err
     QObject::connect(&search, &CHeadSearch::PortFailed, &search, [&](const QString &device, int) {
         progress.Break();
         err << "error: the device " << device << " could not be opened\n";
+        const QString reason = PortOpenReason::Text(search.OpenFailure());
+        if (!reason.isEmpty())
+            err << "reason: " << reason << "\n";
         portFailed = true;
+    });
+    QObject::connect(&search, &CHeadSearch::RateRefused, &search, [&](const QString &device, int rate) {
+        progress.Break();
+        err << "warning: " << device << " refused " << rate << " baud, so no head can be reached at that rate on it; "
+            << "its probes were skipped\n";
     });
     QObject::connect(&search, &CHeadSearch::Finished, &loop, [&](int heads, bool) {
         found = heads;
@@ -112,6 +121,6 @@ int RunScanCommand(const CliOptions &options, QTextStream &out, QTextStream &err
     if (portFailed)
         return kExitOpenFailed;
     if (found == 0)
-        err << "no head answered\n";
+        err << "no head answered: check the cable and the head's power, then scan again\n";
     return found > 0 ? kExitFound : kExitNoneFound;
 }

@@ -11,6 +11,7 @@
 #include <QCoreApplication>
 #include <QTextStream>
 
+#include <clocale>
 #include <cstdio>
 
 namespace {
@@ -22,6 +23,9 @@ constexpr int kExitUsage = 2;
 int main(int argc, char *argv[])
 {
     QCoreApplication app(argc, argv);
+    // Scripts read the CLI's output, so it is English under any locale, the system's own error
+    // texts (strerror, which QCoreApplication's setlocale would otherwise localise) included.
+    std::setlocale(LC_MESSAGES, "C");
     LichtwartSettings::SetIdentity();
     QCoreApplication::setApplicationVersion(QStringLiteral(LICHTWART_VERSION));
     QTextStream out(stdout);

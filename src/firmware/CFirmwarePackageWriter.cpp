@@ -15,6 +15,10 @@
 #include <memory>
 #include <stdexcept>
 
+#ifndef _WIN32
+#include <sys/stat.h>
+#endif
+
 namespace {
 
 constexpr const char *kPackageVersion = "1.0";
@@ -91,6 +95,7 @@ void CFirmwarePackageWriter::Write(const std::string &path, Format format, const
         throw std::runtime_error("The file '" + path + "' cannot be created: " + temporary.errorString().toStdString());
     temporary.close();
     const std::string temporaryPath = QFile::encodeName(temporary.fileName()).toStdString();
+    GiveNewFilePermissions(temporaryPath);
     WriteArchive(temporaryPath, format, manifest, image);
     check.Load(temporaryPath, false, wideAddresses);
 
@@ -100,6 +105,18 @@ void CFirmwarePackageWriter::Write(const std::string &path, Format format, const
     if (error)
         throw std::runtime_error("The file '" + path + "' cannot be written: " + error.message());
     temporary.setAutoRemove(false);
+}
+
+// The temporary file is made for its owner alone, but a package is handed on to colleagues and put
+// on shares: it gets the permissions any new file of the user gets, 0666 less the umask.
+void CFirmwarePackageWriter::GiveNewFilePermissions(const std::string &path)
+{
+#ifndef _WIN32
+    const mode_t mask = ::umask(0);
+    ::umask(mask);
+    std::error_code ignored;
+    std::filesystem::permissions(path, static_cast<std::filesystem::perms>(0666 & ~mask), ignored);
+#endif
 }
 
 void CFirmwarePackageWriter::WriteArchive(const std::string &path, Format format, const Manifest &manifest,

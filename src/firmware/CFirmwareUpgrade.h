@@ -41,9 +41,10 @@ public:
 
     // Added to the dialog's warnings: shown before programming when the package names another
     // product than the connected head (%1 the package's product, %2 the head's).
-    static constexpr const char *kTextProductWarning =
+    static constexpr const char *kTextProductWarning = QT_TRANSLATE_NOOP(
+        "FWUpgradeDialog",
         "The firmware package is made for the product '%1', but the connected device is a '%2'.\n"
-        "Firmware for another product can leave the device unusable.\n\nDo you really want to continue ?";
+        "Firmware for another product can leave the device unusable.\n\nDo you really want to continue ?");
 
 public slots:
     // Shows the dialog in its initial state (non-blocking), then the warnings that apply.

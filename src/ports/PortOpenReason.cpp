@@ -19,11 +19,6 @@
 
 namespace {
 
-QString Tr(const char *text)
-{
-    return QCoreApplication::translate("PortOpenReason", text);
-}
-
 QString SystemText(int error)
 {
     return QString::fromLocal8Bit(std::strerror(error));
@@ -54,35 +49,35 @@ bool ListedInGroup(gid_t gid, const QString &user)
     return false;
 }
 
-QString FileKind(const QString &path)
+} // namespace
+
+QString PortOpenReason::FileKind(const QString &path)
 {
     struct stat st {};
     if (stat(QFile::encodeName(path).constData(), &st) != 0)
         return {};
     if (S_ISREG(st.st_mode))
-        return Tr("a regular file");
+        return tr("a regular file");
     if (S_ISDIR(st.st_mode))
-        return Tr("a folder");
+        return tr("a folder");
     if (S_ISFIFO(st.st_mode))
-        return Tr("a pipe");
+        return tr("a pipe");
     if (S_ISSOCK(st.st_mode))
-        return Tr("a socket");
+        return tr("a socket");
     if (S_ISBLK(st.st_mode))
-        return Tr("a block device");
-    return Tr("a device that is no terminal");
+        return tr("a block device");
+    return tr("a device that is no terminal");
 }
 
-QString ParityName(int parity)
+QString PortOpenReason::ParityName(int parity)
 {
     switch (parity) {
-    case CAsync::kParityNone: return Tr("no parity");
-    case CAsync::kParityEven: return Tr("even parity");
-    case CAsync::kParityOdd: return Tr("odd parity");
+    case CAsync::kParityNone: return tr("no parity");
+    case CAsync::kParityEven: return tr("even parity");
+    case CAsync::kParityOdd: return tr("odd parity");
     default: return {};
     }
 }
-
-} // namespace
 
 QString PortOpenReason::Text(const PortOpenFailure &failure)
 {
@@ -112,7 +107,7 @@ QString PortOpenReason::ForOpenError(const PortOpenFailure &failure)
     case EISDIR:
     case ENOTDIR: return NotSerial(path);
     default:
-        return Tr("The system refused to open %1: %2.").arg(path, SystemText(failure.error));
+        return tr("The system refused to open %1: %2.").arg(path, SystemText(failure.error));
     }
 }
 
@@ -122,16 +117,16 @@ QString PortOpenReason::NotAllowed(const QString &path)
     const bool known = stat(QFile::encodeName(path).constData(), &st) == 0;
     const bool groupMayUse = known && st.st_gid != 0 && (st.st_mode & S_IRGRP) && (st.st_mode & S_IWGRP);
     if (!groupMayUse) {
-        return Tr("You are not allowed to use %1, and no group gives access to it. Ask the administrator of "
+        return tr("You are not allowed to use %1, and no group gives access to it. Ask the administrator of "
                   "this computer to give your user access to the device.").arg(path);
     }
     const QString user = UserName();
     const QString group = GroupName(st.st_gid);
     if (ListedInGroup(st.st_gid, user)) {
-        return Tr("You are not allowed to use %1 yet: it belongs to the group %2, and your user %3 was added "
+        return tr("You are not allowed to use %1 yet: it belongs to the group %2, and your user %3 was added "
                   "to that group after this login began. Log out and log in again.").arg(path, group, user);
     }
-    return Tr("You are not allowed to use %1: it belongs to the group %2, and your user %3 is not in it. "
+    return tr("You are not allowed to use %1: it belongs to the group %2, and your user %3 is not in it. "
               "Add the user to the group with the command \"sudo adduser %3 %2\", then log out and log in "
               "again (the new group counts from the next login on).").arg(path, group, user);
 }
@@ -140,29 +135,29 @@ QString PortOpenReason::InUse(const QString &path)
 {
     QStringList programs;
     for (const DeviceHolder &holder : DeviceHolders().Of(path)) {
-        programs << Tr("%1 (process %2)").arg(holder.name.isEmpty() ? Tr("a program") : holder.name)
+        programs << tr("%1 (process %2)").arg(holder.name.isEmpty() ? tr("a program") : holder.name)
                         .arg(holder.pid);
     }
     if (programs.isEmpty()) {
-        return Tr("%1 is in use by another program. Close that program (or end its connection), then try "
+        return tr("%1 is in use by another program. Close that program (or end its connection), then try "
                   "again.").arg(path);
     }
-    return Tr("%1 is in use by another program: %2. Close that program (or end its connection), then try "
+    return tr("%1 is in use by another program: %2. Close that program (or end its connection), then try "
               "again.").arg(path, programs.join(QStringLiteral(", ")));
 }
 
 QString PortOpenReason::NoSuchDevice(const QString &path, int error)
 {
-    const QString what = error == ENOENT ? Tr("There is no device %1.").arg(path)
-                                         : Tr("There is no serial hardware behind %1 (%2).").arg(path, SystemText(error));
+    const QString what = error == ENOENT ? tr("There is no device %1.").arg(path)
+                                         : tr("There is no serial hardware behind %1 (%2).").arg(path, SystemText(error));
     return what + QLatin1Char(' ') + PortsPresent();
 }
 
 QString PortOpenReason::NotSerial(const QString &path)
 {
     const QString kind = FileKind(path);
-    const QString what = kind.isEmpty() ? Tr("%1 is not a serial device.").arg(path)
-                                        : Tr("%1 is not a serial device but %2.").arg(path, kind);
+    const QString what = kind.isEmpty() ? tr("%1 is not a serial device.").arg(path)
+                                        : tr("%1 is not a serial device but %2.").arg(path, kind);
     return what + QLatin1Char(' ') + PortsPresent();
 }
 
@@ -171,15 +166,15 @@ QString PortOpenReason::SettingsRefused(const PortOpenFailure &failure)
     QStringList settings;
     const int rate = CAsync::RateForBaudIndex(failure.baudIndex);
     if (rate > 0)
-        settings << Tr("%1 baud").arg(rate);
+        settings << tr("%1 baud").arg(rate);
     if (failure.dataBits == CAsync::kDataBits7 || failure.dataBits == CAsync::kDataBits8)
-        settings << Tr("%1 data bits").arg(failure.dataBits == CAsync::kDataBits7 ? 7 : 8);
+        settings << tr("%1 data bits").arg(failure.dataBits == CAsync::kDataBits7 ? 7 : 8);
     if (const QString parity = ParityName(failure.parity); !parity.isEmpty())
         settings << parity;
     if (failure.stopBits == CAsync::kStopBits1 || failure.stopBits == CAsync::kStopBits2)
-        settings << (failure.stopBits == CAsync::kStopBits1 ? Tr("one stop bit") : Tr("two stop bits"));
-    const QString why = failure.error != 0 ? SystemText(failure.error) : Tr("they did not take effect");
-    return Tr("%1 refused the settings %2 (%3). Choose another baud rate in the options, or another port.")
+        settings << (failure.stopBits == CAsync::kStopBits1 ? tr("one stop bit") : tr("two stop bits"));
+    const QString why = failure.error != 0 ? SystemText(failure.error) : tr("they did not take effect");
+    return tr("%1 refused the settings %2 (%3). Choose another baud rate in the options, or another port.")
         .arg(QString::fromStdString(failure.path), settings.join(QStringLiteral(", ")), why);
 }
 
@@ -189,8 +184,8 @@ QString PortOpenReason::PortsPresent()
     for (const SerialPortEntry &entry : SerialPortCatalog::Present())
         names << SerialPortCatalog::Name(entry);
     if (names.isEmpty())
-        return Tr("No serial port is present on this computer: plug in the adapter, then try again.");
-    return Tr("Ports present: %1.").arg(names.join(QStringLiteral(", ")));
+        return tr("No serial port is present on this computer: plug in the adapter, then try again.");
+    return tr("Ports present: %1.").arg(names.join(QStringLiteral(", ")));
 }
 
 // Windows names are kept so one settings file serves both systems; on Linux they stand for the
@@ -201,5 +196,5 @@ QString PortOpenReason::TakenToMean(const PortOpenFailure &failure)
     const QString name = QString::fromStdString(failure.portName);
     if (!windowsName.match(name).hasMatch() || failure.path == failure.portName)
         return {};
-    return Tr("On Linux, %1 is taken to mean %2. ").arg(name, QString::fromStdString(failure.path));
+    return tr("On Linux, %1 is taken to mean %2. ").arg(name, QString::fromStdString(failure.path));
 }

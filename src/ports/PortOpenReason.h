@@ -2,6 +2,7 @@
 
 #include "comm/PortOpenFailure.h"
 
+#include <QCoreApplication>
 #include <QString>
 
 // Turns the facts of a failed port open into sentences a technician can act on: who owns a device
@@ -11,6 +12,8 @@
 // taken to mean. Looks at the system as it is now (/proc, the group database, the ports present).
 class PortOpenReason
 {
+    Q_DECLARE_TR_FUNCTIONS(PortOpenReason)
+
 public:
     // Empty when the failure records no step (the open did not fail).
     static QString Text(const PortOpenFailure &failure);
@@ -24,4 +27,6 @@ private:
     static QString SettingsRefused(const PortOpenFailure &failure);
     static QString PortsPresent();
     static QString TakenToMean(const PortOpenFailure &failure);
+    static QString FileKind(const QString &path);
+    static QString ParityName(int parity);
 };

@@ -16,6 +16,13 @@ constexpr int kBitsPerCharacter = 11;
 // the reader thread wait its turn. 30 ms covers these together on a healthy line.
 constexpr int kTurnaroundMs = 30;
 
+const QString kUnknown = QStringLiteral("unknown");
+
+QString OrUnknown(const QString &value)
+{
+    return value.isEmpty() ? kUnknown : value;
+}
+
 QString Key(int rate, int address)
 {
     return QStringLiteral("%1/%2").arg(rate).arg(address);
@@ -25,8 +32,7 @@ QString Key(int rate, int address)
 
 bool FoundHead::Complete() const
 {
-    return osi7 != 0 && hardware != QStringLiteral("unknown") && uid != QStringLiteral("unknown")
-        && product != QStringLiteral("unknown");
+    return osi7 != 0 && !hardware.isEmpty() && !uid.isEmpty() && !product.isEmpty();
 }
 
 QString FoundHead::Line() const
@@ -35,7 +41,8 @@ QString FoundHead::Line() const
         .arg(device)
         .arg(rate)
         .arg(osi2)
-        .arg(osi7 != 0 ? QString::number(osi7) : QStringLiteral("unknown"), product, hardware, software, uid);
+        .arg(osi7 != 0 ? QString::number(osi7) : kUnknown, OrUnknown(product), OrUnknown(hardware),
+             OrUnknown(software), OrUnknown(uid));
 }
 
 QList<int> CHeadSearch::DefaultRates()
@@ -92,10 +99,16 @@ int CHeadSearch::ProbeWaitMs(int rate)
 }
 
 CHeadSearch::CHeadSearch(const QString &device, const QList<Probe> &plan, QObject *parent)
+    : CHeadSearch(device, plan, std::make_unique<CHeadSearchDevice>(), parent)
+{
+}
+
+CHeadSearch::CHeadSearch(const QString &device, const QList<Probe> &plan, std::unique_ptr<CHeadSearchDevice> port,
+                         QObject *parent)
     : QObject(parent)
     , m_device(device)
     , m_plan(plan)
-    , m_port(std::make_unique<CHeadSearchDevice>())
+    , m_port(std::move(port))
 {
     qRegisterMetaType<FoundHead>();
     m_timer.setSingleShot(true);
@@ -138,12 +151,19 @@ void CHeadSearch::Cancel()
         Finish(true);
 }
 
+const PortOpenFailure &CHeadSearch::OpenFailure() const
+{
+    return m_port->LastOpenFailure();
+}
+
 void CHeadSearch::NextStep()
 {
     if (!m_candidates.isEmpty()) {
         Identify(m_candidates.takeFirst());
         return;
     }
+    while (m_next < m_plan.size() && m_refusedRates.contains(m_plan.at(m_next).rate))
+        ++m_next;
     const bool planDone = m_next >= m_plan.size();
     const bool rateChanges = planDone || m_plan.at(m_next).rate != m_rate;
     if (rateChanges && m_rate != 0 && !m_drained) {
@@ -157,8 +177,11 @@ void CHeadSearch::NextStep()
         return;
     }
     const Probe probe = m_plan.at(m_next);
-    if (probe.rate != m_rate && !SwitchRate(probe.rate))
+    if (probe.rate != m_rate && !SwitchRate(probe.rate)) {
+        if (m_step != Step::Done)
+            NextStep(); // past the refused rate; at most once a rate
         return;
+    }
     ++m_next;
     m_step = Step::Probing;
     m_port->Probe(probe.address);
@@ -169,14 +192,19 @@ void CHeadSearch::NextStep()
 bool CHeadSearch::SwitchRate(int rate)
 {
     m_rate = 0;
-    if (!m_port->SetRate(m_device, rate)) {
-        emit PortFailed(m_device, rate);
-        Finish(false);
+    if (m_port->SetRate(m_device, rate)) {
+        m_rate = rate;
+        m_drained = false;
+        return true;
+    }
+    if (m_port->IsPortOpen()) {
+        m_refusedRates.insert(rate);
+        emit RateRefused(m_device, rate);
         return false;
     }
-    m_rate = rate;
-    m_drained = false;
-    return true;
+    emit PortFailed(m_device, rate);
+    Finish(false);
+    return false;
 }
 
 void CHeadSearch::OnTimer()

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "comm/PortOpenFailure.h"
+
 #include <QList>
 #include <QObject>
 #include <QSet>
@@ -11,17 +13,18 @@
 class CHeadSearchDevice;
 
 // What a search learnt about one head: where it answered and who it is. Parts the head did not
-// tell within the identification time are "unknown" (OSI 7 address 0).
+// tell within the identification time stay empty (OSI 7 address 0); each front end shows them as
+// unknown in its own language.
 struct FoundHead
 {
     QString device;
     int rate = 0;
     int osi2 = 0;
     int osi7 = 0;
-    QString product = QStringLiteral("unknown");
-    QString hardware = QStringLiteral("unknown");
-    QString software = QStringLiteral("unknown");
-    QString uid = QStringLiteral("unknown");
+    QString product;
+    QString hardware;
+    QString software;
+    QString uid;
 
     bool Complete() const;
     // One line: device, rate, addresses, product, versions and the UID (last, it has blanks).
@@ -66,9 +69,13 @@ public:
     static int ProbeWaitMs(int rate);
 
     CHeadSearch(const QString &device, const QList<Probe> &plan, QObject *parent = nullptr);
+    // The same search through a port of the caller's (an adapter with its own limits).
+    CHeadSearch(const QString &device, const QList<Probe> &plan, std::unique_ptr<CHeadSearchDevice> port,
+                QObject *parent = nullptr);
     ~CHeadSearch() override;
 
     int Total() const { return static_cast<int>(m_plan.size()); }
+    const PortOpenFailure &OpenFailure() const;
     void Start();
     // Stops the search now; Finished follows at once.
     void Cancel();
@@ -76,8 +83,11 @@ public:
 signals:
     void Progress(int done, int total);
     void HeadFound(const FoundHead &head);
-    // The device could not be opened at `rate`; Finished follows.
+    // The device could not be opened at `rate` (OpenFailure says why); Finished follows.
     void PortFailed(const QString &device, int rate);
+    // The open port refused `rate`, as an adapter does that cannot run at it; no head can answer
+    // there, so its probes are left out and the search goes on.
+    void RateRefused(const QString &device, int rate);
     void Finished(int found, bool cancelled);
 
 private:
@@ -103,6 +113,7 @@ private:
     bool m_drained = false;
     QList<Probe> m_candidates; // answered, not yet identified
     QSet<QString> m_known;     // rate/address pairs that answered
+    QSet<int> m_refusedRates;
     FoundHead m_current;
     int m_found = 0;
 };

@@ -76,7 +76,7 @@ void CHeadSearchDevice::OnVersion(int hwMajor, int hwMinor, int hwRevision, int 
 
 void CHeadSearchDevice::OnDevice(const STRELO_PRODUCT *product)
 {
-    emit Product(product ? product->id : QStringLiteral("unknown"));
+    emit Product(product ? product->id : QString());
 }
 
 void CHeadSearchDevice::OnUID(const std::string &uid)

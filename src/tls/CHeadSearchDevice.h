@@ -20,7 +20,8 @@ public:
 
     // Opens the port at `rate`, or sets the open port to it: closing and opening again would let
     // the next open race with the far end's handling of the close.
-    bool SetRate(const QString &device, int rate);
+    virtual bool SetRate(const QString &device, int rate);
+    bool IsPortOpen() const { return m_open; }
     void Release();
     // Sends one status request to `address`, outside the link procedure.
     bool Probe(int address);

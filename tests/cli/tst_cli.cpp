@@ -7,12 +7,14 @@
 #include <QFileInfo>
 #include <QProcess>
 #include <QRegularExpression>
+#include <QScopeGuard>
 #include <QSerialPortInfo>
 #include <QSettings>
 #include <QTemporaryDir>
 #include <QTest>
 
 #include <csignal>
+#include <sys/stat.h>
 
 namespace {
 
@@ -470,6 +472,8 @@ void TestCli::packRoundTrip()
         {{0x2000, QByteArray(70, '\x21')}, {0x8000, QByteArray(10, '\x42')}}, wide);
     QVERIFY(FirmwarePackageBuilder::WriteFile(imagePath, image));
     const QString notes = QStringLiteral("Fixes <flasher> & \"phase\", 'dim' mode");
+    const mode_t umaskBefore = ::umask(022);
+    const auto restoreUmask = qScopeGuard([umaskBefore] { ::umask(umaskBefore); });
 
     const CliResult packed = Run({"pack", imagePath, "--version", "2.10.3", "--date", "2026-11-23 & later",
                                   "--product", product, "--release-notes", notes, "--format", format, "-o", package});
@@ -477,6 +481,9 @@ void TestCli::packRoundTrip()
     QCOMPARE(packed.exitCode, 0);
     QCOMPARE(packed.out, QStringLiteral("wrote %1\n").arg(package));
     QCOMPARE(QDir(dir.path()).entryList(QDir::Files), (QStringList {"head.fwp", "head.mhx"}));
+    // Readable by whoever may read the user's new files, as the umask says.
+    QCOMPARE(QFile::permissions(package) & (QFile::ReadGroup | QFile::ReadOther | QFile::WriteOther),
+             QFile::ReadGroup | QFile::ReadOther);
 
     QStringList info = {"firmware-info", package};
     if (wide)

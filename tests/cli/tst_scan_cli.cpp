@@ -87,7 +87,7 @@ void TestScanCli::aRangeWithoutTheHeadFindsNone()
     const CliResult result = Run({"--device", sim.DevicePath(), "scan", "--rates", "19200", "--addresses", "8-20"});
     QCOMPARE(result.exitCode, 3);
     QVERIFY(result.out.isEmpty());
-    QVERIFY(result.err.endsWith(QStringLiteral("progress: 13/13\nno head answered\n")));
+    QVERIFY(result.err.endsWith(QStringLiteral("progress: 13/13\nno head answered: check the cable and the head's power, then scan again\n")));
 }
 
 void TestScanCli::theStoredAddressIsProbedFirst()
@@ -135,7 +135,11 @@ void TestScanCli::deviceThatCannotBeOpened()
 {
     const CliResult result = Run({"--device", "/dev/lichtwart-no-such-port", "scan", "--addresses", "1"});
     QCOMPARE(result.exitCode, 1);
-    QCOMPARE(result.err, QStringLiteral("error: the device /dev/lichtwart-no-such-port could not be opened\n"));
+    const QStringList lines = result.err.split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+    QCOMPARE(lines.size(), 2);
+    QCOMPARE(lines.at(0), QStringLiteral("error: the device /dev/lichtwart-no-such-port could not be opened"));
+    QVERIFY2(lines.at(1).startsWith(QStringLiteral("reason: There is no device /dev/lichtwart-no-such-port.")),
+             qPrintable(lines.at(1)));
 }
 
 QTEST_MAIN(TestScanCli)

@@ -1,8 +1,12 @@
 // The order and the waits of the head search, and one search against a head played by a test.
+#include "PtyPair.h"
 #include "tls/CHeadSearch.h"
+#include "tls/CHeadSearchDevice.h"
 
 #include <QSignalSpy>
 #include <QTest>
+
+#include <memory>
 
 using Probe = CHeadSearch::Probe;
 
@@ -20,6 +24,7 @@ private slots:
     void lineNamesEveryPart();
     void portThatCannotBeOpenedEndsTheSearch();
     void cancelEndsAtOnce();
+    void aRateTheAdapterRefusesIsSkipped();
 };
 
 void TestCHeadSearch::defaultRatesAreTheOptionsDialogsList()
@@ -117,6 +122,50 @@ void TestCHeadSearch::cancelEndsAtOnce()
     search.Cancel();
     QCOMPARE(finished.size(), 1);
     QCOMPARE(progress.size(), 0);
+}
+
+namespace {
+
+// An adapter that cannot run at one rate: the port opens, but setting that rate is refused.
+class AdapterWithoutRate : public CHeadSearchDevice
+{
+public:
+    explicit AdapterWithoutRate(int missingRate) : m_missingRate(missingRate) {}
+    bool SetRate(const QString &device, int rate) override
+    {
+        const bool set = CHeadSearchDevice::SetRate(device, rate == m_missingRate ? 9600 : rate);
+        return set && rate != m_missingRate;
+    }
+
+private:
+    const int m_missingRate;
+};
+
+} // namespace
+
+void TestCHeadSearch::aRateTheAdapterRefusesIsSkipped()
+{
+    PtyPair line;
+    QVERIFY(line.IsValid());
+    CHeadSearch search(line.SlavePath(), {{9600, 1}, {4800, 1}, {4800, 2}, {19200, 1}, {4800, 3}},
+                       std::make_unique<AdapterWithoutRate>(4800));
+    QSignalSpy refused(&search, &CHeadSearch::RateRefused);
+    QSignalSpy failed(&search, &CHeadSearch::PortFailed);
+    QSignalSpy progress(&search, &CHeadSearch::Progress);
+    QSignalSpy finished(&search, &CHeadSearch::Finished);
+    search.Start();
+    QVERIFY(finished.wait(10000));
+    QCOMPARE(finished.at(0).at(0).toInt(), 0);
+    QCOMPARE(finished.at(0).at(1).toBool(), false);
+    QCOMPARE(failed.size(), 0);
+    QCOMPARE(refused.size(), 1);
+    QCOMPARE(refused.at(0).at(1).toInt(), 4800);
+    // The probes at 9600 and 19200 went out: status requests to addresses 1 (twice), nothing to 2 or 3.
+    QList<int> probed;
+    for (const QList<QVariant> &step : progress)
+        probed << step.at(0).toInt();
+    QCOMPARE(probed, (QList<int> {1, 4}));
+    QCOMPARE(line.ReadFor(200), QByteArray::fromHex("1049014a16") + QByteArray::fromHex("1049014a16"));
 }
 
 QTEST_MAIN(TestCHeadSearch)
