@@ -40,6 +40,24 @@ bool WaitForThreadCount(int count, DWORD milliseconds)
     return true;
 }
 
+int SettledThreadCount()
+{
+    constexpr DWORD kStableMs = 200;
+    constexpr DWORD kLongestMs = 5000;
+    const auto began = Clock::now();
+    int count = ThreadCount();
+    auto since = Clock::now();
+    while (MillisecondsSince(since) < kStableMs && MillisecondsSince(began) < kLongestMs) {
+        Sleep(10);
+        const int now = ThreadCount();
+        if (now != count) {
+            count = now;
+            since = Clock::now();
+        }
+    }
+    return count;
+}
+
 bool RunningUnderWine()
 {
     const HMODULE ntdll = GetModuleHandleA("ntdll.dll");

@@ -18,6 +18,9 @@ bool WaitFor(HANDLE event, DWORD milliseconds);
 int ThreadCount();
 // Waits until the process has this many threads (threads end a little after they are told to).
 bool WaitForThreadCount(int count, DWORD milliseconds);
+// The thread count once it has stayed the same for a while: a thread of an earlier step may still
+// be ending, and wine starts service threads of its own now and then.
+int SettledThreadCount();
 // True when the program runs under wine rather than on Windows.
 bool RunningUnderWine();
 // The CPU time (user + kernel) the process has used so far.

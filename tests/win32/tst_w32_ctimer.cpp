@@ -214,7 +214,7 @@ W32_TEST(busyFlagStaysFalse)
 
 W32_TEST(oneThreadPerTimer)
 {
-    const int before = ThreadCount();
+    const int before = SettledThreadCount();
     {
         ExpiryTimer a, b, c;
         W32_CHECK(WaitForThreadCount(before + 3, kGenerousMs));
@@ -232,7 +232,7 @@ W32_TEST(oneThreadPerTimer)
 
 W32_TEST(destructionWhileArmedReturnsAtOnce)
 {
-    const int before = ThreadCount();
+    const int before = SettledThreadCount();
     auto *timer = new ExpiryTimer;
     W32_CHECK(timer->Start(200));
     const auto began = Clock::now();
@@ -245,7 +245,7 @@ W32_TEST(destructionWhileArmedReturnsAtOnce)
 
 W32_TEST(destructionWhileIdleReturnsAtOnce)
 {
-    const int before = ThreadCount();
+    const int before = SettledThreadCount();
     auto *timer = new ExpiryTimer;
     W32_CHECK(WaitForThreadCount(before + 1, kGenerousMs));
     const auto began = Clock::now();
@@ -291,7 +291,7 @@ W32_TEST(destructionLetsRunningExpiryFinish)
 
 W32_TEST(destructionFromInsideExpiry)
 {
-    const int before = ThreadCount();
+    const int before = SettledThreadCount();
     Event gone;
     auto *timer = new SelfDeletingTimer(gone);
     W32_CHECK(timer->Start(1));
