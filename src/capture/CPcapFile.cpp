@@ -12,6 +12,14 @@
 
 namespace {
 
+// The file is not handed on to programs this one starts: "e" (close-on-exec) on POSIX; the
+// Windows runtime ends the program on a mode letter it does not know and spells it "N".
+#ifdef _WIN32
+constexpr const char *kWriteMode = "wbN";
+#else
+constexpr const char *kWriteMode = "wbe";
+#endif
+
 struct Moment
 {
     std::uint32_t seconds;
@@ -46,7 +54,7 @@ bool CPcapFile::Open(const std::string &path)
         m_error = "libpcap cannot write this link type";
         return false;
     }
-    FILE *file = std::fopen(path.c_str(), "wbe");
+    FILE *file = std::fopen(path.c_str(), kWriteMode);
     if (file == nullptr) {
         m_error = std::strerror(errno);
         Close();
@@ -123,7 +131,7 @@ bool CPcapFile::Vanished() const
         return false;
     struct stat st {};
     // A regular file whose last name is gone can still be written, but nobody will ever read it.
-    return fstat(fileno(pcap_dump_file(m_dumper)), &st) != 0 || (S_ISREG(st.st_mode) && st.st_nlink == 0);
+    return fstat(fileno(pcap_dump_file(m_dumper)), &st) != 0 || ((st.st_mode & S_IFMT) == S_IFREG && st.st_nlink == 0);
 }
 
 void CPcapFile::Close()

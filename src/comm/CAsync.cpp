@@ -57,3 +57,15 @@ void CAsync::TapBytes(int direction, const ByteVector &data)
     if (tap)
         tap->Record(direction, CLineTap::Clock::now(), data);
 }
+
+void CAsync::RecordRefusedSettings(int error, int baudIndex, int dataBits, int stopBits, int parity)
+{
+    PortOpenFailure failure = LastOpenFailure();
+    failure.step = PortOpenFailure::Step::SettingsRefused;
+    failure.error = error;
+    failure.baudIndex = baudIndex;
+    failure.dataBits = dataBits;
+    failure.stopBits = stopBits;
+    failure.parity = parity;
+    RecordOpenFailure(failure);
+}

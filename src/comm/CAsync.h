@@ -61,6 +61,9 @@ protected:
     // Hands a chunk, as it is, to the line tap (if any) with the time of this call.
     static void TapBytes(int direction, const ByteVector &data);
     void RecordOpenFailure(const PortOpenFailure &failure) { m_openFailure = failure; }
+    // The device refused these settings (selectors as Configure's); `error` is the POSIX error
+    // number of the refusal, 0 when the device took the call but not the settings.
+    void RecordRefusedSettings(int error, int baudIndex, int dataBits, int stopBits, int parity);
 
 private:
     PortOpenFailure m_openFailure;

@@ -146,18 +146,6 @@ bool CAsyncPosix::Open(const std::string &portName)
     return true;
 }
 
-void CAsyncPosix::RecordRefusedSettings(int error, int baudIndex, int dataBits, int stopBits, int parity)
-{
-    PortOpenFailure failure = LastOpenFailure();
-    failure.step = PortOpenFailure::Step::SettingsRefused;
-    failure.error = error;
-    failure.baudIndex = baudIndex;
-    failure.dataBits = dataBits;
-    failure.stopBits = stopBits;
-    failure.parity = parity;
-    RecordOpenFailure(failure);
-}
-
 bool CAsyncPosix::IsPseudoTerminal() const
 {
     struct stat st {};

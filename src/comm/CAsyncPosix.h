@@ -37,7 +37,6 @@ private:
     void SetModemLine(int line, bool on, const char *operation);
     bool IsPseudoTerminal() const;
     void ReleaseHandles();
-    void RecordRefusedSettings(int error, int baudIndex, int dataBits, int stopBits, int parity);
 
     std::atomic<int> m_fd{-1};
     int m_stopFd = -1;

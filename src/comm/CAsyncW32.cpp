@@ -1,11 +1,12 @@
 #include "CAsyncW32.h"
 
+#include <cerrno>
+
 namespace {
 
 constexpr DWORD kWin32Rates[CAsync::kBaudIndexCount] = {CBR_110,  CBR_300,   CBR_600,   CBR_1200,
                                                         CBR_2400, CBR_4800,  CBR_9600,  CBR_19200,
                                                         CBR_38400, CBR_57600, CBR_115200};
-constexpr DWORD kStillActive = 259;
 
 // The flag word of the DCB: binary mode and transmit-continue-on-XOFF only; the parity-check
 // flag (bit 1) and the top reserved bit keep their values, every flow control is off.
@@ -44,17 +45,17 @@ bool CAsyncW32::Open(const std::string &portName)
     if (m_thread != nullptr)
         Close();
 
+    // Windows users know a port by its name alone; the "\\.\" prefix only lets names above
+    // COM9 open, so the name is what a failure names.
+    RecordOpenFailure({PortOpenFailure::Step::None, 0, portName, portName});
     m_thread = CreateThread(nullptr, 0, &CAsyncW32::ThreadEntry, this, CREATE_SUSPENDED, &m_threadId);
     if (m_thread == nullptr)
-        return false;
+        return FailOpen("Unable to create the reader thread");
     m_stopEvent = CreateEventA(nullptr, FALSE, FALSE, nullptr);
     m_txEvent = CreateEventA(nullptr, FALSE, FALSE, nullptr);
     m_rxEvent = CreateEventA(nullptr, FALSE, FALSE, nullptr);
-    if (m_stopEvent == nullptr || m_txEvent == nullptr || m_rxEvent == nullptr) {
-        EndUnstartedThread();
-        ReleaseHandles();
-        return false;
-    }
+    if (m_stopEvent == nullptr || m_txEvent == nullptr || m_rxEvent == nullptr)
+        return FailOpen("Unable to create the reader's events");
     m_rxOverlapped = {};
     m_rxOverlapped.hEvent = m_rxEvent;
     m_txOverlapped = {};
@@ -63,12 +64,65 @@ bool CAsyncW32::Open(const std::string &portName)
     const std::string path = "\\\\.\\" + portName;
     m_device = CreateFileA(path.c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_EXISTING,
                            FILE_FLAG_OVERLAPPED, nullptr);
-    if (m_device == INVALID_HANDLE_VALUE) {
-        EndUnstartedThread();
-        ReleaseHandles();
-        return false;
-    }
+    if (m_device == INVALID_HANDLE_VALUE)
+        return FailOpen("Unable to open " + portName);
     return true;
+}
+
+// Records and reports why Open failed (the system's error of the call that just failed) and
+// undoes what Open had done.
+bool CAsyncW32::FailOpen(const std::string &what)
+{
+    const DWORD code = GetLastError();
+    PortOpenFailure failure = LastOpenFailure();
+    failure.step = StepOfOpenError(code);
+    failure.error = PosixError(code);
+    RecordOpenFailure(failure);
+    if (m_thread != nullptr)
+        EndUnstartedThread();
+    ReleaseHandles();
+    ReportError("CAsyncW32::Open: " + what + " (system error " + std::to_string(code) + ")");
+    return false;
+}
+
+// Windows refuses a port another program holds with ERROR_ACCESS_DENIED (ports are opened
+// without sharing), so a refusal reads as "in use" rather than as missing rights.
+PortOpenFailure::Step CAsyncW32::StepOfOpenError(DWORD code)
+{
+    switch (code) {
+    case ERROR_ACCESS_DENIED:
+    case ERROR_SHARING_VIOLATION:
+    case ERROR_BUSY: return PortOpenFailure::Step::InUse;
+    case ERROR_INVALID_FUNCTION:
+    case ERROR_NOT_SUPPORTED: return PortOpenFailure::Step::NotSerial;
+    default: return PortOpenFailure::Step::Open;
+    }
+}
+
+// The system's error code as the POSIX error number of the same meaning, so that the reasons
+// shown to the user are the same on both systems.
+int CAsyncW32::PosixError(DWORD code)
+{
+    switch (code) {
+    case ERROR_FILE_NOT_FOUND:
+    case ERROR_PATH_NOT_FOUND:
+    case ERROR_INVALID_NAME:
+    case ERROR_BAD_PATHNAME: return ENOENT;
+    case ERROR_ACCESS_DENIED:
+    case ERROR_SHARING_VIOLATION:
+    case ERROR_BUSY: return EBUSY;
+    case ERROR_DEV_NOT_EXIST:
+    case ERROR_DEVICE_NOT_CONNECTED:
+    case ERROR_NOT_READY: return ENODEV;
+    case ERROR_INVALID_FUNCTION:
+    case ERROR_NOT_SUPPORTED: return ENOTTY;
+    case ERROR_INVALID_PARAMETER: return EINVAL;
+    case ERROR_NOT_ENOUGH_MEMORY:
+    case ERROR_OUTOFMEMORY:
+    case ERROR_NO_SYSTEM_RESOURCES: return ENOMEM;
+    case ERROR_TOO_MANY_OPEN_FILES: return EMFILE;
+    default: return EIO;
+    }
 }
 
 bool CAsyncW32::Configure(int baudIndex, int dataBits, int stopBits, int parity)
@@ -77,8 +131,14 @@ bool CAsyncW32::Configure(int baudIndex, int dataBits, int stopBits, int parity)
         return false;
     DCB dcb {};
     dcb.DCBlength = sizeof dcb;
-    if (!GetCommState(m_device, &dcb))
+    if (!GetCommState(m_device, &dcb)) {
+        // A device without serial settings (a printer, a file) is no serial port.
+        PortOpenFailure failure = LastOpenFailure();
+        failure.step = PortOpenFailure::Step::NotSerial;
+        failure.error = PosixError(GetLastError());
+        RecordOpenFailure(failure);
         return false;
+    }
     if (baudIndex >= 0 && baudIndex < kBaudIndexCount)
         dcb.BaudRate = kWin32Rates[baudIndex];
     if (dataBits == kDataBits7 || dataBits == kDataBits8)
@@ -88,11 +148,11 @@ bool CAsyncW32::Configure(int baudIndex, int dataBits, int stopBits, int parity)
     if (parity == kParityNone || parity == kParityEven || parity == kParityOdd)
         dcb.Parity = parity == kParityNone ? NOPARITY : (parity == kParityEven ? EVENPARITY : ODDPARITY);
     SetBinaryFlags(dcb);
-    if (!SetCommState(m_device, &dcb))
-        return false;
     COMMTIMEOUTS timeouts {0, 0, 0, 0, 0};
-    if (!SetCommTimeouts(m_device, &timeouts))
+    if (!SetCommState(m_device, &dcb) || !SetCommTimeouts(m_device, &timeouts)) {
+        RecordRefusedSettings(PosixError(GetLastError()), baudIndex, dataBits, stopBits, parity);
         return false;
+    }
     ResumeThread(m_thread);
     m_resumed = true;
     return true;
@@ -170,8 +230,10 @@ void CAsyncW32::GetRxData()
         const DWORD count = status.cbInQue;
         m_rxBuffer.resize(count + 1);
         DWORD read = 0;
-        if (!ReadFile(m_device, m_rxBuffer.data() + 1, count, &read, &m_rxOverlapped)
-            && !AwaitPendingRead(count)) {
+        const bool complete = ReadFile(m_device, m_rxBuffer.data() + 1, count, &read, &m_rxOverlapped)
+            ? read == count
+            : AwaitPendingRead(count);
+        if (!complete) {
             ReportError("CAsyncW32::GetRxData: Unable to read correct amount of data from receiver");
             return;
         }
@@ -237,11 +299,14 @@ void CAsyncW32::Close()
         ReleaseHandles();
         return;
     }
-    CancelIo(m_device);
-    SetEvent(m_stopEvent);
-    DWORD code = kStillActive;
-    while (GetExitCodeThread(m_thread, &code) && code == kStillActive) {
+    if (GetCurrentThreadId() == m_threadId) {
+        ReportError("CAsyncW32::Close: The port cannot be closed from its own reader thread");
+        return;
     }
+    // The reader cancels its own pending read when it sees the stop event (CancelIo only reaches
+    // the calling thread's reads) and waits for that read to complete before it ends.
+    SetEvent(m_stopEvent);
+    WaitForSingleObject(m_thread, INFINITE);
     ReleaseHandles();
 }
 

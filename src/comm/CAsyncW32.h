@@ -30,6 +30,9 @@ private:
     bool AwaitPendingRead(DWORD count);
     bool ArmingByteArrived();
     void EndUnstartedThread();
+    bool FailOpen(const std::string &what);
+    static PortOpenFailure::Step StepOfOpenError(DWORD code);
+    static int PosixError(DWORD code);
     void ReleaseHandles();
 
     HANDLE m_thread = nullptr;

@@ -3,17 +3,33 @@
 CTimerW32::CTimerW32()
     : m_state(std::make_shared<ThreadState>())
 {
-    m_timer = CreateWaitableTimerA(nullptr, FALSE, nullptr);
     m_state->owner = this;
-    // The thread waits on a handle of its own, so closing ours never leaves it waiting on a
-    // handle value that the system may already have given to another object.
-    if (m_timer != nullptr)
-        DuplicateHandle(GetCurrentProcess(), m_timer, GetCurrentProcess(), &m_state->timer, 0, FALSE,
-                        DUPLICATE_SAME_ACCESS);
+    m_timer = CreateWaitableTimerA(nullptr, FALSE, nullptr);
+    if (m_timer != nullptr && !StartTimerThread()) {
+        // Without its thread the timer would never expire: Start refuses it.
+        CloseHandle(m_timer);
+        m_timer = nullptr;
+    }
+}
+
+// The thread waits on a handle of its own, so closing ours never leaves it waiting on a handle
+// value that the system may already have given to another object. The thread owns that handle
+// once it runs; until then a failure closes it here.
+bool CTimerW32::StartTimerThread()
+{
+    if (!DuplicateHandle(GetCurrentProcess(), m_timer, GetCurrentProcess(), &m_state->timer, 0, FALSE,
+                         DUPLICATE_SAME_ACCESS)) {
+        m_state->timer = nullptr;
+        return false;
+    }
     auto *threadState = new std::shared_ptr<ThreadState>(m_state);
     m_thread = CreateThread(nullptr, 0, &CTimerW32::ThreadProc, threadState, 0, nullptr);
-    if (m_thread == nullptr)
-        delete threadState;
+    if (m_thread != nullptr)
+        return true;
+    delete threadState;
+    CloseHandle(m_state->timer);
+    m_state->timer = nullptr;
+    return false;
 }
 
 CTimerW32::~CTimerW32()
@@ -23,7 +39,7 @@ CTimerW32::~CTimerW32()
 
 bool CTimerW32::Start(int milliseconds)
 {
-    if (m_timer == nullptr || milliseconds < 0)
+    if (m_timer == nullptr || m_thread == nullptr || milliseconds < 0)
         return false;
     m_period = milliseconds;
     LARGE_INTEGER due;
@@ -62,8 +78,6 @@ DWORD WINAPI CTimerW32::ThreadProc(LPVOID state)
 {
     const std::unique_ptr<std::shared_ptr<ThreadState>> owned(static_cast<std::shared_ptr<ThreadState> *>(state));
     ThreadState &shared = **owned;
-    if (shared.timer == nullptr)
-        return 1;
     for (;;) {
         const DWORD result = WaitForSingleObject(shared.timer, INFINITE);
         if (result == WAIT_FAILED || (result == WAIT_OBJECT_0 && !Expire(shared))) {

@@ -34,6 +34,7 @@ private:
         CCriticalSectionW32 expiryLock; // held while OnExpired runs
     };
 
+    bool StartTimerThread();
     static DWORD WINAPI ThreadProc(LPVOID state);
     static bool Expire(ThreadState &state);
 

@@ -2,8 +2,9 @@
 
 #include <string>
 
-// Why the last Open or Configure of a port failed: the step that failed, the system's error number
-// of the failed call and the device path the port name was taken to mean. The port itself only
+// Why the last Open or Configure of a port failed: the step that failed, the POSIX error number of
+// the failed call (on Windows the port maps the system's code to the number of the same meaning)
+// and the device path the port name was taken to mean. The port itself only
 // records these facts; turning them into advice for the user needs the system's process and
 // group tables and the list of ports present, which belong to the layers above.
 struct PortOpenFailure

@@ -1,6 +1,5 @@
 #include "PortOpenReason.h"
 
-#include "DeviceHolders.h"
 #include "SerialPortCatalog.h"
 #include "comm/CAsync.h"
 
@@ -12,10 +11,15 @@
 
 #include <cerrno>
 #include <cstring>
+
+#ifndef Q_OS_WIN
+#include "DeviceHolders.h"
+
 #include <grp.h>
 #include <pwd.h>
 #include <sys/stat.h>
 #include <unistd.h>
+#endif
 
 namespace {
 
@@ -24,6 +28,7 @@ QString SystemText(int error)
     return QString::fromLocal8Bit(std::strerror(error));
 }
 
+#ifndef Q_OS_WIN
 QString UserName()
 {
     const passwd *user = getpwuid(geteuid());
@@ -68,6 +73,13 @@ QString PortOpenReason::FileKind(const QString &path)
         return tr("a block device");
     return tr("a device that is no terminal");
 }
+#else
+// Windows opens no file, folder or pipe by a port name, so there is nothing more to tell.
+QString FileKind(const QString &)
+{
+    return {};
+}
+#endif
 
 QString PortOpenReason::ParityName(int parity)
 {
@@ -113,6 +125,12 @@ QString PortOpenReason::ForOpenError(const PortOpenFailure &failure)
 
 QString PortOpenReason::NotAllowed(const QString &path)
 {
+#ifdef Q_OS_WIN
+    // Windows keeps no group per port; the port refuses a second program with "in use" instead
+    // (CAsyncW32), so this is only reached when the administrator has barred the device.
+    return Tr("You are not allowed to use %1, and no group gives access to it. Ask the administrator of "
+              "this computer to give your user access to the device.").arg(path);
+#else
     struct stat st {};
     const bool known = stat(QFile::encodeName(path).constData(), &st) == 0;
     const bool groupMayUse = known && st.st_gid != 0 && (st.st_mode & S_IRGRP) && (st.st_mode & S_IWGRP);
@@ -129,15 +147,19 @@ QString PortOpenReason::NotAllowed(const QString &path)
     return tr("You are not allowed to use %1: it belongs to the group %2, and your user %3 is not in it. "
               "Add the user to the group with the command \"sudo adduser %3 %2\", then log out and log in "
               "again (the new group counts from the next login on).").arg(path, group, user);
+#endif
 }
 
 QString PortOpenReason::InUse(const QString &path)
 {
     QStringList programs;
+#ifndef Q_OS_WIN
+    // Windows does not tell which program holds a port.
     for (const DeviceHolder &holder : DeviceHolders().Of(path)) {
         programs << tr("%1 (process %2)").arg(holder.name.isEmpty() ? tr("a program") : holder.name)
                         .arg(holder.pid);
     }
+#endif
     if (programs.isEmpty()) {
         return tr("%1 is in use by another program. Close that program (or end its connection), then try "
                   "again.").arg(path);

@@ -10,6 +10,7 @@
 // that is in use, which ports are present when the name matches none, what the path is when it is
 // not a serial device, and the settings the device refused. A COMn name says which device it was
 // taken to mean. Looks at the system as it is now (/proc, the group database, the ports present).
+// On Windows only the ports present are known: the port holders and groups are not.
 class PortOpenReason
 {
     Q_DECLARE_TR_FUNCTIONS(PortOpenReason)

@@ -8,6 +8,8 @@
 #include "comm/CAsyncW32.h"
 #include "comm/CCriticalSectionW32.h"
 
+#include <atomic>
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <string>
@@ -19,6 +21,7 @@ namespace {
 
 constexpr DWORD kGenerousMs = 5000;
 constexpr DWORD kQuietMs = 400; // nothing may arrive within this time
+constexpr DWORD kReleaseAfterMs = 1000; // how long a held reader keeps Close waiting
 constexpr int kBaud9600 = 6;
 constexpr int kBaud19200 = 7;
 constexpr int kKeep = 9; // a selector outside the table leaves that setting as it is
@@ -127,6 +130,32 @@ private:
     std::vector<TraceRecord> m_traces;
 };
 
+// Holds its reader thread inside the first delivery until told to go on, as a slow receiver does.
+class HoldingPort : public TestPort
+{
+public:
+    void OnReceive(const ByteVector &data) override
+    {
+        TestPort::OnReceive(data);
+        if (m_held.exchange(true))
+            return;
+        entered.Set();
+        release.Wait(INFINITE);
+    }
+    Event entered;
+    Event release;
+
+private:
+    std::atomic<bool> m_held {false};
+};
+
+DWORD WINAPI ReleaseLater(LPVOID port)
+{
+    Sleep(kReleaseAfterMs);
+    static_cast<HoldingPort *>(port)->release.Set();
+    return 0;
+}
+
 double TimedClose(TestPort &port)
 {
     const auto began = Clock::now();
@@ -179,8 +208,42 @@ W32_TEST(openOfMissingPortFailsAndLeavesNothing)
     W32_CHECK(!port.Open("COM97"));
     W32_CHECK(TimedClose(port) < 100.0);
     W32_CHECK(!port.Tx(kRequestStatus));
-    W32_CHECK(port.Errors().empty());
+    const std::vector<std::string> errors = port.Errors();
+    W32_CHECK_EQ(errors.size(), std::size_t(1));
+    W32_CHECK_EQ(errors.front(), std::string("CAsyncW32::Open: Unable to open COM97 (system error 2)"));
     W32_CHECK(WaitForThreadCount(threads, kGenerousMs));
+}
+
+// The reason the user is shown: a name no device answers to is "no such port", named as given.
+W32_TEST(openOfMissingPortRecordsNoSuchPort)
+{
+    TestPort port;
+    W32_CHECK(!port.Open("COM97"));
+    const PortOpenFailure failure = port.LastOpenFailure();
+    W32_CHECK(failure.step == PortOpenFailure::Step::Open);
+    W32_CHECK_EQ(failure.error, ENOENT);
+    W32_CHECK_EQ(failure.portName, std::string("COM97"));
+    W32_CHECK_EQ(failure.path, std::string("COM97"));
+}
+
+W32_TEST(successfulOpenClearsTheLastFailure)
+{
+    TestPort port;
+    W32_CHECK(!port.Open("COM97"));
+    W32_CHECK(port.OpenConfigured());
+    W32_CHECK(port.LastOpenFailure().step == PortOpenFailure::Step::None);
+    W32_CHECK_EQ(port.LastOpenFailure().portName, PortName());
+    W32_CHECK(port.Errors().size() == 1);
+}
+
+// A device that opens but has no serial settings is not taken for a port.
+W32_TEST(deviceWithoutSerialSettingsIsNotSerial)
+{
+    TestPort port;
+    W32_CHECK(port.Open("NUL"));
+    W32_CHECK(!port.Configure(kBaud9600, CAsync::kDataBits8, CAsync::kStopBits1, CAsync::kParityEven));
+    W32_CHECK(port.LastOpenFailure().step == PortOpenFailure::Step::NotSerial);
+    W32_CHECK_EQ(port.LastOpenFailure().portName, std::string("NUL"));
 }
 
 W32_TEST(statusRequestIsAnsweredInBatches)
@@ -234,6 +297,26 @@ W32_TEST(closeReturnsPromptlyAndDeliversNothingMore)
     W32_CHECK(!port.Tx(kRequestStatus));
     W32_CHECK(port.Take(1, kQuietMs).empty());
     W32_CHECK(port.Errors().empty());
+}
+
+// Close waits for a reader that is still busy with a delivery, and waits without using the CPU.
+W32_TEST(closeWaitsForBusyReaderWithoutSpinning)
+{
+    HoldingPort port;
+    W32_CHECK(port.OpenConfigured());
+    W32_CHECK(port.Tx(kRequestStatus));
+    W32_CHECK(port.entered.Wait(kGenerousMs));
+    const HANDLE releaser = CreateThread(nullptr, 0, &ReleaseLater, &port, 0, nullptr);
+    W32_CHECK(releaser != nullptr);
+    const double cpuBefore = ProcessCpuMilliseconds();
+    const double ms = TimedClose(port);
+    const double cpu = ProcessCpuMilliseconds() - cpuBefore;
+    WaitForSingleObject(releaser, INFINITE);
+    CloseHandle(releaser);
+    std::printf("       Close waited %.0f ms for the reader, using %.1f ms of CPU\n", ms, cpu);
+    W32_CHECK(ms >= kReleaseAfterMs / 2.0);
+    // Polling the reader's exit code instead used about 230 ms of CPU in that second here.
+    W32_CHECK(cpu < 100.0);
 }
 
 W32_TEST(portCanBeClosedAndOpenedAgain)
