@@ -2,6 +2,7 @@
 // loaded into the upgrade dialog against strelo-sim, the dialog during the upload and after it, and
 // the File menu's trace saving. Not a test; run it through the build target
 // lichtwart-upgrade-screenshots, which writes the pictures into docs/.
+#include "Screenshot.h"
 #include "SimProcess.h"
 #include "app/MainWindow.h"
 #include "firmware/CFirmwareUpgrade.h"
@@ -27,14 +28,6 @@
 namespace {
 
 constexpr int kWaitMs = 60000;
-
-bool Save(QWidget *widget, const QString &directory, const QString &name)
-{
-    const QString path = QDir(directory).filePath(name);
-    const bool saved = widget->grab().save(path);
-    std::printf("%s %s\n", saved ? "wrote" : "could not write", qPrintable(path));
-    return saved;
-}
 
 // Answers the next file dialog: shows it for a moment, lets take a picture, then chooses path.
 void ChooseInNextFileDialog(const QString &path, const std::function<void(QFileDialog *)> &look = {})
@@ -100,9 +93,9 @@ int main(int argc, char *argv[])
     auto *progress = dialog->findChild<QProgressBar *>(QStringLiteral("pbarProg"));
     auto *status = dialog->findChild<QLabel *>(QStringLiteral("txtStatus"));
     bool saved = QTest::qWaitFor([&] { return progress->value() > progress->maximum() / 3; }, kWaitMs)
-        && Save(dialog, output, QStringLiteral("upgrade-uploading.png"));
+        && SaveScreenshot(dialog, output, QStringLiteral("upgrade-uploading.png"));
     saved = QTest::qWaitFor([&] { return status->text().contains(QStringLiteral("All done")); }, kWaitMs)
-        && Save(dialog, output, QStringLiteral("upgrade-done.png")) && saved;
+        && SaveScreenshot(dialog, output, QStringLiteral("upgrade-done.png")) && saved;
     dialog->findChild<QPushButton *>(QStringLiteral("pbClose"))->click();
 
     // Connect again: the head reports the software of the package.
@@ -110,10 +103,10 @@ int main(int argc, char *argv[])
     QTest::qWaitFor([&] { return upgradeAction->isEnabled(); }, kWaitMs);
     QTest::qWait(3000);
     ChooseInNextFileDialog(session.filePath("upgrade-trace.csv"), [&](QFileDialog *files) {
-        saved = Save(files, output, QStringLiteral("save-trace-dialog.png")) && saved;
+        saved = SaveScreenshot(files, output, QStringLiteral("save-trace-dialog.png")) && saved;
     });
     window.findChild<QAction *>(QStringLiteral("actionSaveTrace"))->trigger();
-    saved = Save(&window, output, QStringLiteral("upgrade-trace.png")) && saved;
+    saved = SaveScreenshot(&window, output, QStringLiteral("upgrade-trace.png")) && saved;
     window.findChild<QAction *>(QStringLiteral("actionDisconnect"))->trigger();
     return saved ? 0 : 1;
 }
