@@ -70,10 +70,11 @@ void ModalAnswerer::Choose(QWidget *window, const QString &path)
         qobject_cast<QDialog *>(window)->reject();
         return;
     }
+    Activate(fileDialog);
     // The dialog reads its folder in the background and may still change its selection; the name
     // is typed again until the dialog takes it.
     for (int attempt = 0; attempt < kTypingAttempts && fileDialog && fileDialog->isVisible(); ++attempt) {
-        TypeFileName(fileDialog, path);
+        EnterName(fileDialog, path);
         static_cast<QDialog *>(fileDialog.data())->accept(); // QFileDialog hides accept(), QDialog offers it
         if (fileDialog && fileDialog->isVisible())
             QTest::qWait(50);
@@ -92,12 +93,23 @@ void ModalAnswerer::Choose(QWidget *window, const QString &path)
 // and always into the active dialog, the state in which the user types it.
 void ModalAnswerer::TypeFileName(QFileDialog *fileDialog, const QString &path)
 {
+    Activate(fileDialog);
+    EnterName(fileDialog, path);
+}
+
+void ModalAnswerer::Activate(QFileDialog *fileDialog)
+{
     auto *field = fileDialog->findChild<QLineEdit *>(QStringLiteral("fileNameEdit"));
     fileDialog->activateWindow();
     if (!QTest::qWaitFor([field] { return field->hasFocus(); }, kActivationMs))
         qWarning("The file dialog did not become active; its name is typed all the same");
+}
+
+void ModalAnswerer::EnterName(QFileDialog *fileDialog, const QString &path)
+{
     const QFileInfo file(path);
     fileDialog->setDirectory(file.absolutePath());
     const bool inItsFolder = fileDialog->directory().canonicalPath() == file.absoluteDir().canonicalPath();
-    field->setText(inItsFolder ? file.fileName() : QDir::toNativeSeparators(file.absoluteFilePath()));
+    fileDialog->findChild<QLineEdit *>(QStringLiteral("fileNameEdit"))
+        ->setText(inItsFolder ? file.fileName() : QDir::toNativeSeparators(file.absoluteFilePath()));
 }

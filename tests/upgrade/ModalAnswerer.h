@@ -40,6 +40,9 @@ public:
     int PendingHandlers() const { return static_cast<int>(m_handlers.size()); }
 
 private:
+    // Makes the dialog the active window and waits until its file name field has the focus.
+    static void Activate(QFileDialog *fileDialog);
+    static void EnterName(QFileDialog *fileDialog, const QString &path);
     void Poll();
     void CloseIfLeftOpen(QWidget *window);
 
