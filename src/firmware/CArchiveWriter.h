@@ -10,7 +10,7 @@ struct archive;
 
 // Writes an archive file with the archive library's writer: members one after another, each
 // declared by a header and then its data, in one or more pieces. The archive format and the
-// compression are named as the library names them ("zip", "ustar", "pax_restricted", "raw";
+// compression are named as the library names them ("zip", "ustar", "paxr", "raw";
 // "gzip", "bzip2", "xz"), so a firmware package can be written in every form the loader reads.
 // Every failure throws std::runtime_error with the library's reason.
 class CArchiveWriter

@@ -2,6 +2,7 @@
 // with the trace at the OSI 2 level, the remote control, the about box, the options dialog and the
 // firmware dialog. Not a test; run it through the build target lichtwart-screenshots, which writes
 // the pictures into docs/, or lichtwart-screenshots-de, which takes them in German ("-de" names).
+#include "Screenshot.h"
 #include "SimProcess.h"
 #include "app/AboutDialog.h"
 #include "app/CStartup.h"
@@ -15,7 +16,6 @@
 
 #include <QAction>
 #include <QApplication>
-#include <QDir>
 #include <QLabel>
 #include <QPushButton>
 #include <QSettings>
@@ -29,14 +29,6 @@
 namespace {
 
 constexpr int kWaitMs = 10000;
-
-bool Save(QWidget *widget, const QString &directory, const QString &name)
-{
-    const QString path = QDir(directory).filePath(name);
-    const bool saved = widget->grab().save(path);
-    std::printf("%s %s\n", saved ? "wrote" : "could not write", qPrintable(path));
-    return saved;
-}
 
 QString StatusText(MainWindow &window, int position)
 {
@@ -95,27 +87,27 @@ int main(int argc, char *argv[])
     QTest::mouseClick(remote->findChild<QPushButton *>(QStringLiteral("pbRefresh")), Qt::LeftButton);
     QTest::qWait(1500);
 
-    bool saved = Save(&window, output, name("screenshot-main"));
-    saved = Save(remote, output, name("screenshot-remote-control")) && saved;
+    bool saved = SaveScreenshot(&window, output, name("screenshot-main"));
+    saved = SaveScreenshot(remote, output, name("screenshot-remote-control")) && saved;
 
     AboutDialog about(&window);
     about.SetVersion(QStringLiteral("Version 1.22.2"));
     about.show();
     QTest::qWait(200);
-    saved = Save(&about, output, name("screenshot-about")) && saved;
+    saved = SaveScreenshot(&about, output, name("screenshot-about")) && saved;
     about.hide();
 
     OptionsDialog options(&window);
     options.findChild<QTabWidget *>()->setCurrentIndex(2); // the target: addresses and flasher
     options.show();
     QTest::qWait(200);
-    saved = Save(&options, output, name("screenshot-options")) && saved;
+    saved = SaveScreenshot(&options, output, name("screenshot-options")) && saved;
     options.hide();
 
     window.findChild<QAction *>(QStringLiteral("actionUpgradeFirmware"))->trigger();
     FWUpgradeDialog *firmware = window.FirmwareUpgrade()->Dialog();
     QTest::qWait(300);
-    saved = Save(firmware, output, name("screenshot-firmware")) && saved;
+    saved = SaveScreenshot(firmware, output, name("screenshot-firmware")) && saved;
     firmware->hide();
 
     window.findChild<QAction *>(QStringLiteral("actionDisconnect"))->trigger();

@@ -2,6 +2,9 @@
 // loaded into the upgrade dialog against strelo-sim, the dialog during the upload and after it, and
 // the File menu's trace saving. Not a test; run it through the build target
 // lichtwart-upgrade-screenshots, which writes the pictures into docs/.
+#include "ModalAnswerer.h"
+#include "ModalHandler.h"
+#include "Screenshot.h"
 #include "SimProcess.h"
 #include "app/MainWindow.h"
 #include "firmware/CFirmwareUpgrade.h"
@@ -10,8 +13,8 @@
 
 #include <QAction>
 #include <QApplication>
-#include <QDir>
 #include <QFileDialog>
+#include <QFileInfo>
 #include <QLabel>
 #include <QProcess>
 #include <QProgressBar>
@@ -20,7 +23,6 @@
 #include <QStatusBar>
 #include <QTemporaryDir>
 #include <QTest>
-#include <QTimer>
 
 #include <cstdio>
 
@@ -28,31 +30,29 @@ namespace {
 
 constexpr int kWaitMs = 60000;
 
-bool Save(QWidget *widget, const QString &directory, const QString &name)
+// Connects and waits for the head's versions, which arrive a moment after the link.
+bool Connect(MainWindow &window, QAction *upgradeAction)
 {
-    const QString path = QDir(directory).filePath(name);
-    const bool saved = widget->grab().save(path);
-    std::printf("%s %s\n", saved ? "wrote" : "could not write", qPrintable(path));
-    return saved;
+    window.findChild<QAction *>(QStringLiteral("actionConnect"))->trigger();
+    if (!QTest::qWaitFor([&] { return upgradeAction->isEnabled(); }, kWaitMs)) {
+        std::fprintf(stderr, "lichtwart-upgrade-tour: no link to strelo-sim\n");
+        return false;
+    }
+    QTest::qWait(3000);
+    return true;
 }
 
-// Answers the next file dialog: shows it for a moment, lets take a picture, then chooses path.
+// Answers the next file dialog: types the name of path into it as a user does, shows it for a
+// moment to take a picture, then chooses path.
 void ChooseInNextFileDialog(const QString &path, const std::function<void(QFileDialog *)> &look = {})
 {
-    auto *poll = new QTimer;
-    QObject::connect(poll, &QTimer::timeout, [poll, path, look] {
-        auto *dialog = qobject_cast<QFileDialog *>(QApplication::activeModalWidget());
-        if (dialog == nullptr)
-            return;
-        poll->stop();
-        poll->deleteLater();
-        dialog->selectFile(path);
+    OnNextModal<QFileDialog>(qApp, [path, look](QFileDialog *dialog) {
+        ModalAnswerer::TypeFileName(dialog, path);
         QTest::qWait(300);
         if (look)
             look(dialog);
-        static_cast<QDialog *>(dialog)->accept();
+        ModalAnswerer::Choose(dialog, path);
     });
-    poll->start(50);
 }
 
 } // namespace
@@ -87,10 +87,9 @@ int main(int argc, char *argv[])
 
     MainWindow window(false);
     window.show();
-    window.findChild<QAction *>(QStringLiteral("actionConnect"))->trigger();
     QAction *upgradeAction = window.findChild<QAction *>(QStringLiteral("actionUpgradeFirmware"));
-    QTest::qWaitFor([&] { return upgradeAction->isEnabled(); }, kWaitMs);
-    QTest::qWait(3000); // the versions arrive a moment after the link
+    if (!Connect(window, upgradeAction))
+        return 1;
     upgradeAction->trigger();
     FWUpgradeDialog *dialog = window.FirmwareUpgrade()->Dialog();
     ChooseInNextFileDialog(firmware + "/strelo-002-1.5.0.fwp");
@@ -100,20 +99,24 @@ int main(int argc, char *argv[])
     auto *progress = dialog->findChild<QProgressBar *>(QStringLiteral("pbarProg"));
     auto *status = dialog->findChild<QLabel *>(QStringLiteral("txtStatus"));
     bool saved = QTest::qWaitFor([&] { return progress->value() > progress->maximum() / 3; }, kWaitMs)
-        && Save(dialog, output, QStringLiteral("upgrade-uploading.png"));
+        && SaveScreenshot(dialog, output, QStringLiteral("upgrade-uploading.png"));
     saved = QTest::qWaitFor([&] { return status->text().contains(QStringLiteral("All done")); }, kWaitMs)
-        && Save(dialog, output, QStringLiteral("upgrade-done.png")) && saved;
+        && SaveScreenshot(dialog, output, QStringLiteral("upgrade-done.png")) && saved;
     dialog->findChild<QPushButton *>(QStringLiteral("pbClose"))->click();
 
     // Connect again: the head reports the software of the package.
-    window.findChild<QAction *>(QStringLiteral("actionConnect"))->trigger();
-    QTest::qWaitFor([&] { return upgradeAction->isEnabled(); }, kWaitMs);
-    QTest::qWait(3000);
-    ChooseInNextFileDialog(session.filePath("upgrade-trace.csv"), [&](QFileDialog *files) {
-        saved = Save(files, output, QStringLiteral("save-trace-dialog.png")) && saved;
+    if (!Connect(window, upgradeAction))
+        return 1;
+    const QString trace = session.filePath("upgrade-trace.csv");
+    ChooseInNextFileDialog(trace, [&](QFileDialog *files) {
+        saved = SaveScreenshot(files, output, QStringLiteral("save-trace-dialog.png")) && saved;
     });
     window.findChild<QAction *>(QStringLiteral("actionSaveTrace"))->trigger();
-    saved = Save(&window, output, QStringLiteral("upgrade-trace.png")) && saved;
+    if (!QFileInfo::exists(trace)) {
+        std::fprintf(stderr, "lichtwart-upgrade-tour: the trace was not saved to %s\n", qPrintable(trace));
+        saved = false;
+    }
+    saved = SaveScreenshot(&window, output, QStringLiteral("upgrade-trace.png")) && saved;
     window.findChild<QAction *>(QStringLiteral("actionDisconnect"))->trigger();
     return saved ? 0 : 1;
 }

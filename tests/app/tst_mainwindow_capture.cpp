@@ -1,6 +1,7 @@
 #include "app/MainWindow.h"
 
 #include "CaptureFile.h"
+#include "ModalAnswerer.h"
 #include "ModalHandler.h"
 #include "SettingsSandbox.h"
 #include "SimProcess.h"
@@ -56,8 +57,7 @@ private:
     void CaptureThroughTheMenu(const QString &path)
     {
         OnNextModal<QFileDialog>(this, [path](QFileDialog *dialog) {
-            dialog->selectFile(path);
-            static_cast<QDialog *>(dialog)->accept();
+            ModalAnswerer::Choose(dialog, path);
         });
         Action("actionCaptureLine")->trigger();
     }

@@ -1,27 +1,14 @@
 #include "FirmwarePackageBuilder.h"
 
+#include "firmware/CArchiveWriter.h"
+
 #include <QCryptographicHash>
 #include <QFile>
 #include <QtDebug>
 
-#include <archive.h>
-#include <archive_entry.h>
-
-#include <array>
-#include <memory>
+#include <stdexcept>
 
 namespace {
-
-struct WriterFree
-{
-    void operator()(archive *writer) const { archive_write_free(writer); }
-};
-using Writer = std::unique_ptr<archive, WriterFree>;
-
-struct EntryFree
-{
-    void operator()(archive_entry *entry) const { archive_entry_free(entry); }
-};
 
 int AddressBytes(char type)
 {
@@ -60,59 +47,39 @@ quint32 Crc32(const QByteArray &bytes)
     return ~crc;
 }
 
-// fast trades compression for speed, for large fixtures.
-Writer OpenWriter(const QString &path, FirmwarePackageBuilder::Format format, bool fast = false)
+// The archive writer's names of the format and the compression of each fixture format.
+std::string FormatName(FirmwarePackageBuilder::Format format)
 {
     using Format = FirmwarePackageBuilder::Format;
-    Writer writer(archive_write_new());
-    int result = ARCHIVE_OK;
     switch (format) {
     case Format::Zip:
-        result = archive_write_set_format_zip(writer.get());
-        break;
+        return "zip";
     case Format::GzipOnly:
-        result = archive_write_set_format_raw(writer.get());
-        break;
+        return "raw";
     default:
-        result = archive_write_set_format_pax_restricted(writer.get());
-        break;
+        return "paxr"; // the restricted pax form, as plain ustar wherever it can
     }
-    if (result == ARCHIVE_OK && (format == Format::TarGz || format == Format::GzipOnly))
-        result = archive_write_add_filter_gzip(writer.get());
-    if (result == ARCHIVE_OK && format == Format::TarBz2)
-        result = archive_write_add_filter_bzip2(writer.get());
-    if (result == ARCHIVE_OK && format == Format::TarXz)
-        result = archive_write_add_filter_xz(writer.get());
-    if (result == ARCHIVE_OK && fast && (format == Format::TarGz || format == Format::GzipOnly))
-        result = archive_write_set_filter_option(writer.get(), "gzip", "compression-level", "1");
-    if (result == ARCHIVE_OK)
-        result = archive_write_open_filename(writer.get(), QFile::encodeName(path).constData());
-    if (result != ARCHIVE_OK) {
-        qWarning() << "archive writer:" << archive_error_string(writer.get());
-        return nullptr;
-    }
-    return writer;
 }
 
-// A negative size leaves the size out of the header (where the format allows it).
-bool WriteHeader(archive *writer, const QString &name, qint64 size)
+std::string FilterName(FirmwarePackageBuilder::Format format)
 {
-    const std::unique_ptr<archive_entry, EntryFree> entry(archive_entry_new());
-    archive_entry_set_pathname(entry.get(), name.toUtf8().constData());
-    if (size >= 0)
-        archive_entry_set_size(entry.get(), size);
-    archive_entry_set_filetype(entry.get(), AE_IFREG);
-    archive_entry_set_perm(entry.get(), 0644);
-    archive_entry_set_mtime(entry.get(), 1700000000, 0);
-    return archive_write_header(writer, entry.get()) == ARCHIVE_OK;
+    using Format = FirmwarePackageBuilder::Format;
+    switch (format) {
+    case Format::TarGz:
+    case Format::GzipOnly:
+        return "gzip";
+    case Format::TarBz2:
+        return "bzip2";
+    case Format::TarXz:
+        return "xz";
+    default:
+        return {};
+    }
 }
 
-bool Close(Writer writer)
+CArchiveWriter OpenWriter(const QString &path, FirmwarePackageBuilder::Format format)
 {
-    const bool closed = archive_write_close(writer.get()) == ARCHIVE_OK;
-    if (!closed)
-        qWarning() << "archive writer:" << archive_error_string(writer.get());
-    return closed;
+    return CArchiveWriter(QFile::encodeName(path).toStdString(), FormatName(format), FilterName(format));
 }
 
 } // namespace
@@ -165,18 +132,16 @@ QByteArray FirmwarePackageBuilder::ManifestXml(const Manifest &manifest)
 bool FirmwarePackageBuilder::WriteArchive(const QString &path, Format format,
                                           const QList<Member> &members)
 {
-    Writer writer = OpenWriter(path, format);
-    if (!writer)
+    try {
+        CArchiveWriter writer = OpenWriter(path, format);
+        for (const Member &member : members)
+            writer.AddMember(member.name.toStdString(), ByteVector(member.data.cbegin(), member.data.cend()));
+        writer.Close();
+        return true;
+    } catch (const std::runtime_error &error) {
+        qWarning() << error.what();
         return false;
-    for (const Member &member : members) {
-        if (!WriteHeader(writer.get(), member.name, member.data.size()) ||
-            archive_write_data(writer.get(), member.data.constData(), size_t(member.data.size())) !=
-                member.data.size()) {
-            qWarning() << "archive writer:" << archive_error_string(writer.get());
-            return false;
-        }
     }
-    return Close(std::move(writer));
 }
 
 bool FirmwarePackageBuilder::WritePackage(const QString &path, const QByteArray &image,
@@ -205,21 +170,23 @@ bool FirmwarePackageBuilder::WriteFilledArchive(const QString &path, Format form
                                                 const QString &name, qint64 size, char fill,
                                                 bool declareSize)
 {
-    Writer writer = OpenWriter(path, format, true);
-    if (!writer)
-        return false;
-    if (!WriteHeader(writer.get(), name, declareSize ? size : -1)) {
-        qWarning() << "archive writer:" << archive_error_string(writer.get());
+    try {
+        CArchiveWriter writer = OpenWriter(path, format);
+        if (FilterName(format) == "gzip")
+            writer.SetOptions("gzip:compression-level=1"); // speed before size for large fixtures
+        writer.BeginMember(name.toStdString(), declareSize ? size : -1);
+        const QByteArray piece(1 << 20, fill);
+        for (qint64 written = 0; written < size;) {
+            const qint64 length = qMin<qint64>(piece.size(), size - written);
+            writer.WriteData(reinterpret_cast<const std::uint8_t *>(piece.constData()), std::size_t(length));
+            written += length;
+        }
+        writer.Close();
+        return true;
+    } catch (const std::runtime_error &error) {
+        qWarning() << error.what();
         return false;
     }
-    const QByteArray piece(1 << 20, fill);
-    for (qint64 written = 0; written < size;) {
-        const qint64 length = qMin<qint64>(piece.size(), size - written);
-        if (archive_write_data(writer.get(), piece.constData(), size_t(length)) != length)
-            return false;
-        written += length;
-    }
-    return Close(std::move(writer));
 }
 
 QByteArray FirmwarePackageBuilder::TarHeader(const QByteArray &name, qint64 size, char type)

@@ -7,8 +7,9 @@
 #include <cstdint>
 
 // Builds firmware images and packages for tests: S-record text with correct checksums, manifests,
-// and archives written with the archive library's writer. Nothing here uses the code under test,
-// so a fixture never inherits a fault of the parser it checks.
+// and archives written by the program's archive writer (the one `lichtwart-cli pack` uses). Nothing
+// here reads a file with the code under test, so a fixture never inherits a fault of the parser it
+// checks.
 class FirmwarePackageBuilder
 {
 public:

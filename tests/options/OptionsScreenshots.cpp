@@ -6,10 +6,10 @@
 #include "app/OptionsDialog.h"
 #include "settings/LichtwartSettings.h"
 
+#include "Screenshot.h"
 #include "SettingsSandbox.h"
 
 #include <QApplication>
-#include <QDir>
 #include <QSettings>
 #include <QTabWidget>
 
@@ -34,7 +34,7 @@ int main(int argc, char *argv[])
         std::fprintf(stderr, "usage: %s <output directory>\n", argv[0]);
         return 2;
     }
-    const QDir outputDir(QString::fromLocal8Bit(argv[1]));
+    const QString outputDir = QString::fromLocal8Bit(argv[1]);
     SettingsSandbox sandbox;
     StoreTypicalSetUp();
 
@@ -45,11 +45,8 @@ int main(int argc, char *argv[])
     for (int i = 0; i < tabs->count(); ++i) {
         tabs->setCurrentIndex(i);
         QApplication::processEvents();
-        const QString qstrPath = outputDir.filePath("options-" + qstrlFiles.at(i) + ".png");
-        if (!dialog.grab().save(qstrPath)) {
-            std::fprintf(stderr, "cannot write %s\n", qPrintable(qstrPath));
+        if (!SaveScreenshot(&dialog, outputDir, "options-" + qstrlFiles.at(i) + ".png"))
             return 1;
-        }
     }
     return 0;
 }
