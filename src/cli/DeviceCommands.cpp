@@ -14,11 +14,11 @@ namespace {
 
 constexpr int kExitUsage = 2;
 
-constexpr int kImageRed = CStreloDevice::kImageRed;
-constexpr int kImageYellow = CStreloDevice::kImageYellow;
-constexpr int kImageGreen = CStreloDevice::kImageGreen;
-constexpr int kImageRedYellow = CStreloDevice::kImageRedYellow;
-constexpr int kImageYellowFlasher = CStreloDevice::kImageYellowFlasher;
+constexpr int kImageRed = CTlsOsi7Codec::kImageRed;
+constexpr int kImageYellow = CTlsOsi7Codec::kImageYellow;
+constexpr int kImageGreen = CTlsOsi7Codec::kImageGreen;
+constexpr int kImageRedYellow = CTlsOsi7Codec::kImageRedYellow;
+constexpr int kImageYellowFlasher = CTlsOsi7Codec::kImageYellowFlasher;
 constexpr int kSteady = 1;
 constexpr int kOff = 0;
 constexpr int kFlashing = -1; // the flashing value follows "flasher/cycleperiod"
@@ -41,7 +41,7 @@ const std::map<QString, std::pair<int, int>> &Setpoints()
 int FlashingValueFromSettings()
 {
     const QSettings settings;
-    return CStreloDevice::FlashingValue(LichtwartSettings::Read(settings, LichtwartSettings::FlasherCyclePeriod).toInt());
+    return CTlsOsi7Codec::FlashingValue(LichtwartSettings::Read(settings, LichtwartSettings::FlasherCyclePeriod).toInt());
 }
 
 } // namespace

@@ -224,10 +224,8 @@ void DeviceSession::OnLinkChanged(bool up)
         // At every link-up the head is given its OSI 7 address (when the settings ask for it) and
         // asked for its actual value, luminosity, defects, versions and UID.
         const QSettings settings;
-        if (LichtwartSettings::Read(settings, LichtwartSettings::AddressAssign).toBool())
-            m_device->AssignOSI7Address(m_options.osi7Address);
-        for (int job = 0; job <= 4; ++job)
-            m_device->QueueJob(job);
+        m_device->QueueStartUpSequence(LichtwartSettings::Read(settings, LichtwartSettings::AddressAssign).toBool(),
+                                       m_options.osi7Address);
     }
     // A head that goes away (cable pulled, adapter unplugged) and comes back is reported; the
     // repeated failed cycles of a silent head and our own Disconnect are not.

@@ -171,51 +171,50 @@ void CTrafficLightController::OnLinkChange(bool bLinkIsUp)
         m_lampState = 0;
         return;
     }
-    if (LichtwartSettings::Read(m_settings, LichtwartSettings::AddressAssign).toBool())
-        AssignOSI7Address(LichtwartSettings::Read(m_settings, LichtwartSettings::AddressOsi7).toInt());
-    for (int job : {kJobActualValue, kJobLuminosity, kJobDefects, kJobVersions, kJobUid})
-        QueueJob(job);
+    QueueStartUpSequence(LichtwartSettings::Read(m_settings, LichtwartSettings::AddressAssign).toBool(),
+                         LichtwartSettings::Read(m_settings, LichtwartSettings::AddressOsi7).toInt());
 }
 
 int CTrafficLightController::FlashingSetpointValue() const
 {
-    return FlashingValue(LichtwartSettings::Read(m_settings, LichtwartSettings::FlasherCyclePeriod).toInt());
+    return CTlsOsi7Codec::FlashingValue(
+        LichtwartSettings::Read(m_settings, LichtwartSettings::FlasherCyclePeriod).toInt());
 }
 
 void CTrafficLightController::SetRedSetpoint()
 {
-    SetSetpoint(kImageRed, 1);
+    SetSetpoint(CTlsOsi7Codec::kImageRed, 1);
 }
 
 void CTrafficLightController::SetGreenSetpoint()
 {
-    SetSetpoint(kImageGreen, 1);
+    SetSetpoint(CTlsOsi7Codec::kImageGreen, 1);
 }
 
 void CTrafficLightController::SetYellowSetpoint()
 {
-    SetSetpoint(kImageYellow, FlashingSetpointValue());
+    SetSetpoint(CTlsOsi7Codec::kImageYellow, FlashingSetpointValue());
 }
 
 void CTrafficLightController::SetYellowSteadySetpoint()
 {
-    SetSetpoint(kImageYellow, 1);
+    SetSetpoint(CTlsOsi7Codec::kImageYellow, 1);
 }
 
 void CTrafficLightController::SetYellowFlasherSetpoint()
 {
-    SetSetpoint(kImageYellowFlasher, FlashingSetpointValue());
+    SetSetpoint(CTlsOsi7Codec::kImageYellowFlasher, FlashingSetpointValue());
 }
 
 void CTrafficLightController::SetYellowRedSetpoint()
 {
-    SetSetpoint(kImageRedYellow, 1);
+    SetSetpoint(CTlsOsi7Codec::kImageRedYellow, 1);
 }
 
 // The head has no image "off": the red image with value 0 switches the lamp dark.
 void CTrafficLightController::SetOffSetpoint()
 {
-    SetSetpoint(kImageRed, 0);
+    SetSetpoint(CTlsOsi7Codec::kImageRed, 0);
 }
 
 void CTrafficLightController::SetIntensity(int nIntensity)
@@ -239,14 +238,14 @@ QPushButton *CTrafficLightController::LampButton(int nTLSImageCode) const
 {
     Ui::StreloVisualDialog &form = m_dialog->Form();
     switch (nTLSImageCode) {
-    case kImageRed:
+    case CTlsOsi7Codec::kImageRed:
         return form.pbRED;
-    case kImageYellow:
-    case kImageYellowFlasher:
+    case CTlsOsi7Codec::kImageYellow:
+    case CTlsOsi7Codec::kImageYellowFlasher:
         return form.pbYEL;
-    case kImageGreen:
+    case CTlsOsi7Codec::kImageGreen:
         return form.pbGRN;
-    case kImageRedYellow:
+    case CTlsOsi7Codec::kImageRedYellow:
         return form.pbYELRED;
     default:
         return nullptr;
@@ -255,11 +254,11 @@ QPushButton *CTrafficLightController::LampButton(int nTLSImageCode) const
 
 void CTrafficLightController::ShowLamp(int nTLSImageCode, LampLook look)
 {
-    static const QMap<int, QString> kFamilies = {{kImageRed, QStringLiteral("red")},
-                                                 {kImageYellow, QStringLiteral("yel")},
-                                                 {kImageYellowFlasher, QStringLiteral("yel")},
-                                                 {kImageGreen, QStringLiteral("grn")},
-                                                 {kImageRedYellow, QStringLiteral("yel-red")}};
+    static const QMap<int, QString> kFamilies = {{CTlsOsi7Codec::kImageRed, QStringLiteral("red")},
+                                                 {CTlsOsi7Codec::kImageYellow, QStringLiteral("yel")},
+                                                 {CTlsOsi7Codec::kImageYellowFlasher, QStringLiteral("yel")},
+                                                 {CTlsOsi7Codec::kImageGreen, QStringLiteral("grn")},
+                                                 {CTlsOsi7Codec::kImageRedYellow, QStringLiteral("yel-red")}};
     static const QMap<LampLook, QString> kLooks = {{LampLook::Off, QStringLiteral("off")},
                                                    {LampLook::On, QStringLiteral("on")},
                                                    {LampLook::Defective, QStringLiteral("defective")}};
@@ -270,7 +269,8 @@ void CTrafficLightController::ShowLamp(int nTLSImageCode, LampLook look)
 
 void CTrafficLightController::ShowAllLampsOff()
 {
-    for (int image : {kImageRed, kImageYellow, kImageGreen, kImageRedYellow})
+    for (int image : {CTlsOsi7Codec::kImageRed, CTlsOsi7Codec::kImageYellow, CTlsOsi7Codec::kImageGreen,
+                      CTlsOsi7Codec::kImageRedYellow})
         ShowLamp(image, LampLook::Off);
 }
 
@@ -278,13 +278,13 @@ void CTrafficLightController::ShowAllLampsOff()
 bool *CTrafficLightController::DefectFlag(int nTLSImageCode)
 {
     switch (nTLSImageCode) {
-    case kImageRed:
+    case CTlsOsi7Codec::kImageRed:
         return &m_redDefect;
-    case kImageYellow:
+    case CTlsOsi7Codec::kImageYellow:
         return &m_yellowDefect;
-    case kImageGreen:
+    case CTlsOsi7Codec::kImageGreen:
         return &m_greenDefect;
-    case kImageRedYellow:
+    case CTlsOsi7Codec::kImageRedYellow:
         return &m_redYellowDefect;
     default:
         return nullptr;
@@ -310,7 +310,7 @@ void CTrafficLightController::SetActualValue(int nTLSImageCode, bool bOn, bool b
     if (bBlink) {
         m_blinkPhase = bOn;
         m_lampState = 2;
-        m_blinkTimer->start(nTLSImageCode == kImageYellowFlasher ? kBlinkFlashMs : kBlinkSlowMs);
+        m_blinkTimer->start(nTLSImageCode == CTlsOsi7Codec::kImageYellowFlasher ? kBlinkFlashMs : kBlinkSlowMs);
     }
 }
 
@@ -319,17 +319,17 @@ void CTrafficLightController::UpdateBlinkCycle()
 {
     m_blinkPhase = !m_blinkPhase;
     if (m_yellowDefect)
-        ShowLamp(kImageYellow, LampLook::Defective);
+        ShowLamp(CTlsOsi7Codec::kImageYellow, LampLook::Defective);
     else
-        ShowLamp(kImageYellow, m_blinkPhase ? LampLook::On : LampLook::Off);
+        ShowLamp(CTlsOsi7Codec::kImageYellow, m_blinkPhase ? LampLook::On : LampLook::Off);
 
-    const bool flashPhase = m_actualImage == kImageYellowFlasher && m_blinkPhase;
+    const bool flashPhase = m_actualImage == CTlsOsi7Codec::kImageYellowFlasher && m_blinkPhase;
     m_blinkTimer->start(flashPhase ? kBlinkFlashMs : kBlinkSlowMs);
 }
 
 void CTrafficLightController::SetDefectValue(int nTLSImageCode, bool bImageIsOk)
 {
-    if (nTLSImageCode == kImageYellow || nTLSImageCode == kImageYellowFlasher)
+    if (nTLSImageCode == CTlsOsi7Codec::kImageYellow || nTLSImageCode == CTlsOsi7Codec::kImageYellowFlasher)
         ShowDefectOfYellowLamp(bImageIsOk);
     else if (DefectFlag(nTLSImageCode))
         ShowDefectOfSteadyLamp(nTLSImageCode, bImageIsOk);
@@ -351,15 +351,15 @@ void CTrafficLightController::ShowDefectOfYellowLamp(bool bImageIsOk)
 {
     m_yellowDefect = !bImageIsOk;
     if (!bImageIsOk) {
-        ShowLamp(kImageYellow, LampLook::Defective);
+        ShowLamp(CTlsOsi7Codec::kImageYellow, LampLook::Defective);
         return;
     }
     if (m_lampState == 0) {
-        ShowLamp(kImageYellow, LampLook::Off);
+        ShowLamp(CTlsOsi7Codec::kImageYellow, LampLook::Off);
         return;
     }
-    if (m_actualImage == kImageYellow)
-        ShowLamp(kImageYellow, LampLook::On);
+    if (m_actualImage == CTlsOsi7Codec::kImageYellow)
+        ShowLamp(CTlsOsi7Codec::kImageYellow, LampLook::On);
     if (m_lampState == 2) {
         m_blinkPhase = true;
         m_blinkTimer->start(kBlinkSlowMs);
@@ -379,13 +379,13 @@ void CTrafficLightController::SetGUICurrentDrain(int nTLSImageCode, double dMill
 {
     Ui::StreloVisualDialog &form = m_dialog->Form();
     switch (nTLSImageCode) {
-    case kImageRed:
+    case CTlsOsi7Codec::kImageRed:
         form.lcdRED->display(dMilliAmps);
         break;
-    case kImageYellow:
+    case CTlsOsi7Codec::kImageYellow:
         form.lcdYEL->display(dMilliAmps);
         break;
-    case kImageGreen:
+    case CTlsOsi7Codec::kImageGreen:
         form.lcdGRN->display(dMilliAmps);
         break;
     default:

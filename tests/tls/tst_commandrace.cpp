@@ -156,7 +156,7 @@ void TestCommandRace::userDataSentBeforeItsKickIsNotRepeatedEarly()
     QVERIFY(station.HoldPoll());
     std::atomic<int> sent {-1};
     line.HoldKickUntilSent(sent);
-    QVERIFY(line.device.SetSetpoint(CStreloDevice::kImageGreen, 1));
+    QVERIFY(line.device.SetSetpoint(CTlsOsi7Codec::kImageGreen, 1));
     QVERIFY2(sent > 0, "the answer to the held poll let the user data out before the kick");
 
     // The station does not answer, so the user data is repeated: first when the response time-out
@@ -181,7 +181,7 @@ void TestCommandRace::commandRightAfterBroadcastGoesOutAtOnce()
     QVERIFY(broadcastIndex > 0);
     // Nothing answers a broadcast, so the kick cannot repeat it: its expiry lets the command out at
     // once, as the poll timer would have, with a fresh frame count bit.
-    QVERIFY(line.device.SetSetpoint(CStreloDevice::kImageRed, 1));
+    QVERIFY(line.device.SetSetpoint(CTlsOsi7Codec::kImageRed, 1));
     QVERIFY(line.peer.WaitForFrames(broadcastIndex + 2, kWaitMs));
     const QList<PeerFrame> frames = line.peer.Frames();
     const PeerFrame &broadcast = frames.at(broadcastIndex);
@@ -210,7 +210,7 @@ void TestCommandRace::kickAfterTheLinkWasLostDoesNothing()
         lostAtMs = line.peer.ElapsedMs();
         framesAtLoss = line.peer.FrameCount();
     };
-    QVERIFY(line.device.SetSetpoint(CStreloDevice::kImageRed, 1));
+    QVERIFY(line.device.SetSetpoint(CTlsOsi7Codec::kImageRed, 1));
     QVERIFY(linkLost);
 
     // The recovery cycle starts with the status request a poll interval after the loss; the late

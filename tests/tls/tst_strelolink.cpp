@@ -136,7 +136,7 @@ void TestStreloLink::repeatedUserDataKeepsItsFrameCountBitAndData()
         return ScriptedPeer::StandardAnswer(frame);
     });
     QVERIFY(line.BringUp());
-    QVERIFY(line.device.SetSetpoint(CStreloDevice::kImageRed, 1));
+    QVERIFY(line.device.SetSetpoint(CTlsOsi7Codec::kImageRed, 1));
     const int first = line.peer.WaitForFrame(0, IsLong, kWaitMs);
     QVERIFY(first > 0);
     const int second = line.peer.WaitForFrame(first + 1, IsLong, kWaitMs);
@@ -234,7 +234,7 @@ void TestStreloLink::commandGoesOutAfterTheNextAnswer()
     const QList<PeerFrame> before = line.peer.Frames();
     QCOMPARE(before.size(), 4);
     const qint64 issuedAt = line.peer.ElapsedMs();
-    QVERIFY(line.device.SetSetpoint(CStreloDevice::kImageGreen, 1));
+    QVERIFY(line.device.SetSetpoint(CTlsOsi7Codec::kImageGreen, 1));
     QVERIFY(line.peer.WaitForFrames(6, kWaitMs));
     const QList<PeerFrame> frames = line.peer.Frames();
     // The kick repeats the last poll unchanged; its answer lets the user data go out with a
