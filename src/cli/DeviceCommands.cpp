@@ -3,45 +3,23 @@
 #include "DeviceSession.h"
 #include "settings/LichtwartSettings.h"
 #include "tls/CStreloDevice.h"
+#include "tls/CStreloSetpoints.h"
 
 #include <QSettings>
 
 #include <limits>
-#include <map>
-#include <utility>
 
 namespace {
 
 constexpr int kExitUsage = 2;
 
-constexpr int kImageRed = CTlsOsi7Codec::kImageRed;
-constexpr int kImageYellow = CTlsOsi7Codec::kImageYellow;
-constexpr int kImageGreen = CTlsOsi7Codec::kImageGreen;
-constexpr int kImageRedYellow = CTlsOsi7Codec::kImageRedYellow;
-constexpr int kImageYellowFlasher = CTlsOsi7Codec::kImageYellowFlasher;
-constexpr int kSteady = 1;
-constexpr int kOff = 0;
-constexpr int kFlashing = -1; // the flashing value follows "flasher/cycleperiod"
-
-// The remote control's setpoints by name, as (image, value).
-const std::map<QString, std::pair<int, int>> &Setpoints()
+// The lamp names of the remote control's table, for the usage message.
+QString LampNames()
 {
-    static const std::map<QString, std::pair<int, int>> setpoints = {
-        {QStringLiteral("red"), {kImageRed, kSteady}},
-        {QStringLiteral("green"), {kImageGreen, kSteady}},
-        {QStringLiteral("yellow"), {kImageYellow, kFlashing}},
-        {QStringLiteral("yellow-steady"), {kImageYellow, kSteady}},
-        {QStringLiteral("yellow-flasher"), {kImageYellowFlasher, kFlashing}},
-        {QStringLiteral("red-yellow"), {kImageRedYellow, kSteady}},
-        {QStringLiteral("off"), {kImageRed, kOff}},
-    };
-    return setpoints;
-}
-
-int FlashingValueFromSettings()
-{
-    const QSettings settings;
-    return CTlsOsi7Codec::FlashingValue(LichtwartSettings::Read(settings, LichtwartSettings::FlasherCyclePeriod).toInt());
+    QStringList names;
+    for (const std::string &name : CStreloSetpoints::Names())
+        names << QString::fromStdString(name);
+    return names.join(QStringLiteral(", "));
 }
 
 } // namespace
@@ -76,13 +54,16 @@ int DeviceCommands::Run(const CliOptions &options, QTextStream &out, QTextStream
 
 int DeviceCommands::Lamp(const CliOptions &options, QTextStream &out, QTextStream &err)
 {
-    const auto found = Setpoints().find(options.commandArguments.value(0));
-    if (options.commandArguments.size() != 1 || found == Setpoints().end())
-        return Usage(err, QStringLiteral("lamp takes one of red, green, yellow, yellow-steady, yellow-flasher, red-yellow, off"));
-    const int image = found->second.first;
-    const int value = found->second.second == kFlashing ? FlashingValueFromSettings() : found->second.second;
+    const auto lamp = CStreloSetpoints::FromName(options.commandArguments.value(0).toStdString());
+    if (options.commandArguments.size() != 1 || !lamp)
+        return Usage(err, QStringLiteral("lamp takes one of %1").arg(LampNames()));
+    const QSettings settings;
+    const CStreloSetpoints::Setpoint setpoint = CStreloSetpoints::For(
+        *lamp, LichtwartSettings::Read(settings, LichtwartSettings::FlasherCyclePeriod).toInt());
     DeviceSession session(options, out, err);
-    return session.RunAction([image, value](CStreloDevice &device) { return device.SetSetpoint(image, value); });
+    return session.RunAction([setpoint](CStreloDevice &device) {
+        return device.SetSetpoint(setpoint.image, setpoint.value);
+    });
 }
 
 int DeviceCommands::Intensity(const CliOptions &options, QTextStream &out, QTextStream &err)

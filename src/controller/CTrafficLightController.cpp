@@ -175,46 +175,46 @@ void CTrafficLightController::OnLinkChange(bool bLinkIsUp)
                          LichtwartSettings::Read(m_settings, LichtwartSettings::AddressOsi7).toInt());
 }
 
-int CTrafficLightController::FlashingSetpointValue() const
+void CTrafficLightController::SetLamp(CStreloSetpoints::Lamp lamp)
 {
-    return CTlsOsi7Codec::FlashingValue(
-        LichtwartSettings::Read(m_settings, LichtwartSettings::FlasherCyclePeriod).toInt());
+    const CStreloSetpoints::Setpoint setpoint = CStreloSetpoints::For(
+        lamp, LichtwartSettings::Read(m_settings, LichtwartSettings::FlasherCyclePeriod).toInt());
+    SetSetpoint(setpoint.image, setpoint.value);
 }
 
 void CTrafficLightController::SetRedSetpoint()
 {
-    SetSetpoint(CTlsOsi7Codec::kImageRed, 1);
+    SetLamp(CStreloSetpoints::Lamp::Red);
 }
 
 void CTrafficLightController::SetGreenSetpoint()
 {
-    SetSetpoint(CTlsOsi7Codec::kImageGreen, 1);
+    SetLamp(CStreloSetpoints::Lamp::Green);
 }
 
 void CTrafficLightController::SetYellowSetpoint()
 {
-    SetSetpoint(CTlsOsi7Codec::kImageYellow, FlashingSetpointValue());
+    SetLamp(CStreloSetpoints::Lamp::Yellow);
 }
 
 void CTrafficLightController::SetYellowSteadySetpoint()
 {
-    SetSetpoint(CTlsOsi7Codec::kImageYellow, 1);
+    SetLamp(CStreloSetpoints::Lamp::YellowSteady);
 }
 
 void CTrafficLightController::SetYellowFlasherSetpoint()
 {
-    SetSetpoint(CTlsOsi7Codec::kImageYellowFlasher, FlashingSetpointValue());
+    SetLamp(CStreloSetpoints::Lamp::YellowFlasher);
 }
 
 void CTrafficLightController::SetYellowRedSetpoint()
 {
-    SetSetpoint(CTlsOsi7Codec::kImageRedYellow, 1);
+    SetLamp(CStreloSetpoints::Lamp::RedYellow);
 }
 
-// The head has no image "off": the red image with value 0 switches the lamp dark.
 void CTrafficLightController::SetOffSetpoint()
 {
-    SetSetpoint(CTlsOsi7Codec::kImageRed, 0);
+    SetLamp(CStreloSetpoints::Lamp::Off);
 }
 
 void CTrafficLightController::SetIntensity(int nIntensity)

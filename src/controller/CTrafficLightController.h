@@ -2,6 +2,7 @@
 
 #include "controller/StreloVisualDialog.h"
 #include "tls/CStreloDevice.h"
+#include "tls/CStreloSetpoints.h"
 #include "tls/StreloProduct.h"
 
 #include <QObject>
@@ -95,7 +96,7 @@ private:
     enum class LampLook { Off, On, Defective };
 
     void ConnectDialog(QWidget *mainWindow);
-    int FlashingSetpointValue() const;
+    void SetLamp(CStreloSetpoints::Lamp lamp);
 
     QPushButton *LampButton(int nTLSImageCode) const;
     void ShowLamp(int nTLSImageCode, LampLook look);

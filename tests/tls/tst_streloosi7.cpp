@@ -3,6 +3,7 @@
 // by calling the link callbacks directly, and every telegram the device writes is captured.
 #include "RecordingDevice.h"
 #include "tls/CStreloProductTable.h"
+#include "tls/CStreloSetpoints.h"
 
 #include <QElapsedTimer>
 #include <QTest>
@@ -200,6 +201,9 @@ private slots:
     void codecTelegramsWithoutALink();
     void codecJobNumbers();
     void codecActualValueEndPoint();
+    void setpointTable_data();
+    void setpointTable();
+    void setpointTableRefusesOtherNames();
 };
 
 void TestStreloOsi7::commandTelegrams_data()
@@ -616,6 +620,40 @@ void TestStreloOsi7::codecActualValueEndPoint()
     QCOMPARE(CTlsOsi7Codec::ActualValueEndPoint(Reply("000a0485010105073100")), std::optional<int>());
     QCOMPARE(CTlsOsi7Codec::ActualValueEndPoint(Reply("000afe85010105073700")), std::optional<int>());
     QCOMPARE(CTlsOsi7Codec::ActualValueEndPoint(Reply("000a048501010507")), std::optional<int>());
+}
+
+void TestStreloOsi7::setpointTable_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<int>("image");
+    QTest::addColumn<int>("value");
+    // With a flasher cycle period of 400 ms the flashing value is 0x22.
+    QTest::newRow("red") << "red" << 107 << 1;
+    QTest::newRow("green") << "green" << 109 << 1;
+    QTest::newRow("yellow") << "yellow" << 108 << 0x22;
+    QTest::newRow("yellow-steady") << "yellow-steady" << 108 << 1;
+    QTest::newRow("yellow-flasher") << "yellow-flasher" << 61 << 0x22;
+    QTest::newRow("red-yellow") << "red-yellow" << 110 << 1;
+    QTest::newRow("off") << "off" << 107 << 0;
+}
+
+void TestStreloOsi7::setpointTable()
+{
+    QFETCH(QString, name);
+    QFETCH(int, image);
+    QFETCH(int, value);
+    const auto lamp = CStreloSetpoints::FromName(name.toStdString());
+    QVERIFY(lamp);
+    QCOMPARE(CStreloSetpoints::For(*lamp, 400).image, image);
+    QCOMPARE(CStreloSetpoints::For(*lamp, 400).value, value);
+}
+
+void TestStreloOsi7::setpointTableRefusesOtherNames()
+{
+    QVERIFY(!CStreloSetpoints::FromName("blue"));
+    QVERIFY(!CStreloSetpoints::FromName("Red"));
+    QVERIFY(!CStreloSetpoints::FromName(""));
+    QCOMPARE(CStreloSetpoints::Names().size(), std::size_t(7));
 }
 
 QTEST_GUILESS_MAIN(TestStreloOsi7)
