@@ -125,7 +125,7 @@ double Quantile(std::vector<double> values, double q)
 bool SwitchToBootLoader(const QString &device, int rate)
 {
     CliDevice link(CliOptions::TraceLevel::None);
-    QSignalSpy linkChanges(&link, &CliDevice::LinkChangedSignal);
+    QSignalSpy linkChanges(&link, &CliDevice::ConnectionChanged);
     if (!link.OpenLink(device.toStdString(), CAsync::BaudIndexForRate(rate), false))
         return false;
     link.Connect(1, 1);

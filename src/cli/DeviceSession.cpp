@@ -31,34 +31,34 @@ DeviceSession::DeviceSession(const CliOptions &options, QTextStream &out, QTextS
     , m_device(std::make_unique<CliDevice>(options.RowLevel()))
 {
     CliDevice *device = m_device.get();
-    connect(device, &CliDevice::LinkChangedSignal, this, &DeviceSession::OnLinkChanged, Qt::QueuedConnection);
+    connect(device, &CliDevice::ConnectionChanged, this, &DeviceSession::OnLinkChanged, Qt::QueuedConnection);
     connect(device, &CliDevice::TraceRow, this, &DeviceSession::WriteTraceRow, Qt::QueuedConnection);
-    connect(device, &CliDevice::ActualValue, this, [this](int image, bool on, bool blink) {
+    connect(device, &CliDevice::ActualValueChanged, this, [this](int image, bool on, bool blink) {
         PrintLine(QStringLiteral("actual: image=%1 on=%2 blink=%3").arg(image).arg(Bool01(on), Bool01(blink)));
     }, Qt::QueuedConnection);
-    connect(device, &CliDevice::DefectValue, this, [this](int image, bool ok) {
+    connect(device, &CliDevice::DefectValueChanged, this, [this](int image, bool ok) {
         PrintLine(QStringLiteral("defect: image=%1 ok=%2").arg(image).arg(Bool01(ok)));
     }, Qt::QueuedConnection);
-    connect(device, &CliDevice::Luminosity, this, [this](bool full) {
+    connect(device, &CliDevice::LuminosityChanged, this, [this](bool full) {
         PrintLine(full ? QStringLiteral("luminosity: full") : QStringLiteral("luminosity: dim"));
     }, Qt::QueuedConnection);
-    connect(device, &CliDevice::CurrentDrain, this, [this](int image, double milliAmps) {
+    connect(device, &CliDevice::CurrentDraineChanged, this, [this](int image, double milliAmps) {
         PrintLine(QStringLiteral("current: image=%1 mA=%2").arg(image).arg(milliAmps, 0, 'f', 1));
     }, Qt::QueuedConnection);
-    connect(device, &CliDevice::Version, this, [this](int hw1, int hw2, int hw3, int sw1, int sw2, int sw3) {
+    connect(device, &CliDevice::VersionChanged, this, [this](int hw1, int hw2, int hw3, int sw1, int sw2, int sw3) {
         m_hardware = QStringLiteral("%1.%2.%3").arg(hw1).arg(hw2).arg(hw3);
         m_software = QStringLiteral("%1.%2.%3").arg(sw1).arg(sw2).arg(sw3);
         m_haveVersion = true;
         m_versionOnThisLink = true;
         Reevaluate();
     }, Qt::QueuedConnection);
-    connect(device, &CliDevice::Device, this, [this](const STRELO_PRODUCT *product) {
+    connect(device, &CliDevice::DeviceChanged, this, [this](const STRELO_PRODUCT *product) {
         m_productRecord = product;
         m_product = product != nullptr ? product->id : QStringLiteral("unknown");
         m_haveDevice = true;
         Reevaluate();
     }, Qt::QueuedConnection);
-    connect(device, &CliDevice::Uid, this, [this](const QString &uid) {
+    connect(device, &CliDevice::UIDChanged, this, [this](const QString &uid) {
         m_uid = uid;
         m_haveUid = true;
         m_uidOnThisLink = true;

@@ -7,7 +7,6 @@
 #include "trace/CTraceFormat.h"
 
 #include <QMap>
-#include <QMetaType>
 #include <QSignalBlocker>
 #include <QTimer>
 
@@ -16,21 +15,10 @@ namespace {
 constexpr int kBlinkFlashMs = 200; // the yellow flasher lights briefly ...
 constexpr int kBlinkSlowMs = 800;  // ... and stays dark long; yellow blinks evenly with this
 
-// Directions of the trace hooks; anything else is not traced.
-constexpr int kReceived = 0;
-constexpr int kSent = 1;
-
-bool IsTracedDirection(int direction)
-{
-    return direction == kReceived || direction == kSent;
-}
-
 } // namespace
 
-CTrafficLightController::CTrafficLightController(QWidget *mainWindow) : QObject(mainWindow)
+CTrafficLightController::CTrafficLightController(QWidget *mainWindow) : CStreloDeviceSignals(mainWindow)
 {
-    qRegisterMetaType<const STRELO_PRODUCT *>("const STRELO_PRODUCT*");
-
     m_dialog = new StreloVisualDialog(mainWindow);
     ConnectDialog(mainWindow);
 
@@ -85,79 +73,6 @@ bool CTrafficLightController::ConnectPort(const QString &qstrPortName, int nBaud
 void CTrafficLightController::ShowRemoteControl()
 {
     m_dialog->show();
-}
-
-// --- protocol hooks (reader and timer threads): they only emit ---
-
-void CTrafficLightController::LinkChanged(bool up)
-{
-    emit ConnectionChanged(up);
-}
-
-void CTrafficLightController::OnUserData(const ByteVector &telegram)
-{
-    DispatchReply(telegram);
-}
-
-void CTrafficLightController::OnActualValue(int image, bool on, bool blink)
-{
-    emit ActualValueChanged(image, on, blink);
-}
-
-void CTrafficLightController::OnDefectValue(int image, bool ok)
-{
-    emit DefectValueChanged(image, ok);
-}
-
-void CTrafficLightController::OnLuminosity(bool full)
-{
-    emit LuminosityChanged(full);
-}
-
-void CTrafficLightController::OnCurrentDrain(int image, double milliAmps)
-{
-    emit CurrentDraineChanged(image, milliAmps);
-}
-
-void CTrafficLightController::OnVersion(int hwMajor, int hwMinor, int hwRevision, int swMajor, int swMinor,
-                                        int swRelease)
-{
-    emit VersionChanged(hwMajor, hwMinor, hwRevision, swMajor, swMinor, swRelease);
-}
-
-void CTrafficLightController::OnDevice(const STRELO_PRODUCT *product)
-{
-    emit DeviceChanged(product);
-}
-
-void CTrafficLightController::OnUID(const std::string &uid)
-{
-    emit UIDChanged(QString::fromStdString(uid));
-}
-
-void CTrafficLightController::TraceBytes(int level, int direction, const ByteVector &data)
-{
-    if (IsTracedDirection(direction))
-        emit TraceAsync(direction == kReceived, CTraceFormat::Octets(data));
-}
-
-void CTrafficLightController::TraceTelegram(int level, int direction, int frameType, int osi3AddressId, int length,
-                                            bool prm, bool fcbOrAcd, bool fcvOrDfc, const std::string &function,
-                                            int address, int checksum, const ByteVector &data)
-{
-    if (IsTracedDirection(direction))
-        emit TraceOSI2(direction == kReceived, CTraceFormat::FrameType(frameType), osi3AddressId, length, prm,
-                       fcbOrAcd, fcvOrDfc, QString::fromStdString(function), address, checksum,
-                       CTraceFormat::Octets(data));
-}
-
-void CTrafficLightController::TraceOsi7(int level, int direction, int length, const std::string &fgName,
-                                        const std::string &appIdName, int jobNumber, int blockCount,
-                                        const ByteVector &block)
-{
-    if (IsTracedDirection(direction))
-        emit TraceOSI7(direction == kReceived, length, QString::fromStdString(fgName),
-                       QString::fromStdString(appIdName), jobNumber, blockCount, CTraceFormat::Octets(block));
 }
 
 // --- commands (GUI thread) ---
