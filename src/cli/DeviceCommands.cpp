@@ -1,5 +1,6 @@
 #include "DeviceCommands.h"
 
+#include "CliExit.h"
 #include "DeviceSession.h"
 #include "settings/LichtwartSettings.h"
 #include "tls/CStreloDevice.h"
@@ -10,8 +11,6 @@
 #include <limits>
 
 namespace {
-
-constexpr int kExitUsage = 2;
 
 // The lamp names of the remote control's table, for the usage message.
 QString LampNames()
@@ -90,7 +89,7 @@ int DeviceCommands::FlasherSync(const CliOptions &options, QTextStream &out, QTe
     if (cycles < 0 || cycles > 255) {
         err << "error: the soft-sync cycle count " << cycles
             << " in the settings is out of range (0 to 255); the head would refuse it\n";
-        return kExitUsage;
+        return CliExit::kUsage;
     }
     DeviceSession session(options, out, err);
     return session.RunAction([=](CStreloDevice &device) {
@@ -106,7 +105,7 @@ int DeviceCommands::SetOsi2Address(const CliOptions &options, QTextStream &out, 
         return Usage(err, QStringLiteral("set-osi2-address takes one address from 1 to 199"));
     DeviceSession session(options, out, err);
     const int result = session.RunAction([address](CStreloDevice &device) { return device.SetOSI2Address(address); });
-    if (result == DeviceSession::kExitOk) {
+    if (result == CliExit::kOk) {
         // As in the GUI, the next connect uses the new address.
         QSettings settings;
         settings.setValue(LichtwartSettings::AddressOsi2, address);
@@ -134,5 +133,5 @@ int DeviceCommands::Monitor(const CliOptions &options, QTextStream &out, QTextSt
 int DeviceCommands::Usage(QTextStream &err, const QString &text)
 {
     err << "lichtwart-cli: " << text << "\n";
-    return kExitUsage;
+    return CliExit::kUsage;
 }

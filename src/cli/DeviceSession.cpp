@@ -1,5 +1,6 @@
 #include "DeviceSession.h"
 
+#include "CliExit.h"
 #include "CliDevice.h"
 #include "SignalWatcher.h"
 #include "ports/PortOpenReason.h"
@@ -108,7 +109,7 @@ bool DeviceSession::Identify()
 int DeviceSession::RunIdentify()
 {
     if (!Open())
-        return kExitOpenFailed;
+        return CliExit::kOpenFailed;
     const bool identified = Identify();
     if (identified) {
         m_out << "product: " << m_product << "\n"
@@ -118,16 +119,16 @@ int DeviceSession::RunIdentify()
         m_out.flush();
     }
     Finish();
-    return identified ? kExitOk : kExitNoLink;
+    return identified ? CliExit::kOk : CliExit::kNoLink;
 }
 
 int DeviceSession::RunAction(const Action &action)
 {
     if (!Open())
-        return kExitOpenFailed;
+        return CliExit::kOpenFailed;
     if (!Identify()) {
         Finish();
-        return kExitNoLink;
+        return CliExit::kNoLink;
     }
     // The device drops a command while another telegram is pending; offer it again until it is
     // taken, within the time-out.
@@ -148,32 +149,32 @@ int DeviceSession::RunAction(const Action &action)
             m_err << "error: the device on " << m_options.device << " did not take the command within "
                   << m_options.timeoutMs << " ms\n";
         Finish();
-        return kExitNoLink;
+        return CliExit::kNoLink;
     }
     m_printReports = true;
     Settle(m_options.settleMs);
     Finish();
-    return kExitOk;
+    return CliExit::kOk;
 }
 
 int DeviceSession::RunMonitor(int durationMs)
 {
     if (!Open())
-        return kExitOpenFailed;
+        return CliExit::kOpenFailed;
     // Reports that arrive while the link comes up are printed too; the duration counts from the
     // identification, so a short monitor always sees the head, however long the link took.
     m_printReports = true;
     if (!Identify()) {
         Finish();
         // SIGINT or SIGTERM while the link comes up is the user's way to end a monitor: a clean stop.
-        return m_interrupted ? kExitOk : kExitNoLink;
+        return m_interrupted ? CliExit::kOk : CliExit::kNoLink;
     }
     Settle(durationMs);
     // A head lost during the run gets up to --timeout to come back and answer its start-up jobs
     // again, so the monitor never ends in the middle of rebuilding the link.
     WaitFor([this] { return m_linkUp && m_versionOnThisLink && m_uidOnThisLink; }, m_options.timeoutMs);
     Finish();
-    return kExitOk;
+    return CliExit::kOk;
 }
 
 bool DeviceSession::WaitFor(const std::function<bool()> &condition, int timeoutMs)

@@ -1,5 +1,6 @@
 #include "ScanCommand.h"
 
+#include "CliExit.h"
 #include "ProgressLine.h"
 #include "SignalWatcher.h"
 #include "comm/CAsync.h"
@@ -10,11 +11,6 @@
 #include <QTimer>
 
 namespace {
-
-constexpr int kExitFound = 0;
-constexpr int kExitOpenFailed = 1;
-constexpr int kExitUsage = 2;
-constexpr int kExitNoneFound = 3;
 
 struct ScanArguments
 {
@@ -79,7 +75,7 @@ int RunScanCommand(const CliOptions &options, QTextStream &out, QTextStream &err
     const QString error = ParseArguments(options.commandArguments, scan);
     if (!error.isEmpty()) {
         err << "lichtwart-cli: " << error << "\n";
-        return kExitUsage;
+        return CliExit::kUsage;
     }
     // The stored rate and address (or those given with --baud and --osi2) are probed first.
     CHeadSearch search(options.device, CHeadSearch::Plan(scan.rates, scan.firstAddress, scan.lastAddress,
@@ -110,8 +106,8 @@ int RunScanCommand(const CliOptions &options, QTextStream &out, QTextStream &err
     loop.exec();
     progress.Break();
     if (portFailed)
-        return kExitOpenFailed;
+        return CliExit::kOpenFailed;
     if (found == 0)
         err << "no head answered\n";
-    return found > 0 ? kExitFound : kExitNoneFound;
+    return found > 0 ? CliExit::kOk : CliExit::kNoLink;
 }
