@@ -4,8 +4,8 @@
 // lichtwart-upgrade-screenshots, which writes the pictures into docs/.
 #include "SimProcess.h"
 #include "app/MainWindow.h"
-#include "firmware/CFirmwareUpgrade.h"
-#include "firmware/FWUpgradeDialog.h"
+#include "firmware/ui/CFirmwareUpgrade.h"
+#include "firmware/ui/FWUpgradeDialog.h"
 #include "settings/LichtwartSettings.h"
 
 #include <QAction>

@@ -5,7 +5,7 @@
 #include "PtyPair.h"
 #include "ScriptedPeer.h"
 #include "SettingsSandbox.h"
-#include "app/CKeyModPushButton.h"
+#include "widgets/CKeyModPushButton.h"
 #include "settings/LichtwartSettings.h"
 #include "tls/CStreloProductTable.h"
 

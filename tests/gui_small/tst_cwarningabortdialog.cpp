@@ -1,5 +1,5 @@
 #include "SettingsSandbox.h"
-#include "app/CWarningAbortDialog.h"
+#include "widgets/CWarningAbortDialog.h"
 #include "settings/LichtwartSettings.h"
 
 #include <QCheckBox>

@@ -1,5 +1,5 @@
 #include "SettingsSandbox.h"
-#include "app/CWarningDialog.h"
+#include "widgets/CWarningDialog.h"
 #include "settings/LichtwartSettings.h"
 
 #include <QCheckBox>

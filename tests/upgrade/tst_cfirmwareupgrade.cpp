@@ -4,8 +4,8 @@
 #include "ScriptedBootLoader.h"
 #include "SettingsSandbox.h"
 
-#include "firmware/CFirmwareUpgrade.h"
-#include "firmware/FWUpgradeDialog.h"
+#include "firmware/ui/CFirmwareUpgrade.h"
+#include "firmware/ui/FWUpgradeDialog.h"
 #include "settings/LichtwartSettings.h"
 #include "tls/CStreloProductTable.h"
 

@@ -1,9 +1,9 @@
 #include "CFirmwareUpgrade.h"
 
-#include "CFirmwareException.h"
 #include "FWUpgradeDialog.h"
-#include "app/CWarningAbortDialog.h"
-#include "app/CWarningDialog.h"
+#include "firmware/CFirmwareException.h"
+#include "widgets/CWarningAbortDialog.h"
+#include "widgets/CWarningDialog.h"
 #include "settings/LichtwartSettings.h"
 #include "ui_FWUpgradeDialog.h"
 

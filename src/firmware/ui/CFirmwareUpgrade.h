@@ -1,6 +1,6 @@
 #pragma once
 
-#include "CUpgradeProcedure.h"
+#include "firmware/CUpgradeProcedure.h"
 
 #include <QPointer>
 
