@@ -3,9 +3,7 @@
 // interleaving the commanding thread and the reader thread produce when a command is placed while
 // an answer is being handled. The kick must then do nothing: no short telegram with the
 // broadcast's control octet, no repetition of user data that has only just left.
-#include "PtyPair.h"
-#include "RecordingDevice.h"
-#include "ScriptedPeer.h"
+#include "ScriptedLine.h"
 
 #include <QTest>
 
@@ -14,9 +12,8 @@
 
 namespace {
 
-constexpr int kOsi2Address = 5;
-constexpr int kOsi7Address = 7;
-constexpr int kWaitMs = 5000;
+constexpr int kOsi2Address = ScriptedLine::kOsi2Address;
+constexpr int kWaitMs = ScriptedLine::kWaitMs;
 
 bool IsPoll(const PeerFrame &frame)
 {
@@ -74,24 +71,9 @@ private:
     std::atomic<bool> m_holding {false};
 };
 
-// The device goes first, then the far station, then the pty (see tst_strelolink).
-struct Line
+// The scripted line with the kick of a command held (see CStreloDevice::s_beforeKick).
+struct Line : ScriptedLine
 {
-    std::unique_ptr<PtyPair> ptyOwner = std::make_unique<PtyPair>();
-    std::unique_ptr<ScriptedPeer> peerOwner = std::make_unique<ScriptedPeer>(*ptyOwner);
-    std::unique_ptr<RecordingDevice> deviceOwner = std::make_unique<RecordingDevice>();
-    PtyPair &pty = *ptyOwner;
-    ScriptedPeer &peer = *peerOwner;
-    RecordingDevice &device = *deviceOwner;
-
-    bool BringUp()
-    {
-        if (!pty.IsValid() || !device.OpenLink(pty.SlavePath().toStdString(), 10, false))
-            return false;
-        device.Connect(kOsi2Address, kOsi7Address);
-        return device.WaitForEvent(QStringLiteral("link 1"), 1, kWaitMs);
-    }
-
     // Holds the kick of the next command until the station has answered the held poll and the
     // telegram that answer lets out has reached the station; returns that telegram's index.
     void HoldKickUntilSent(std::atomic<int> &sentIndex)

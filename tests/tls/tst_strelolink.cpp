@@ -1,8 +1,6 @@
 // The primary station's link procedure against a far station played by the test on a
 // pseudo-terminal: link-up, polling, repetitions, the recovery cycle, user data and broadcast.
-#include "PtyPair.h"
-#include "RecordingDevice.h"
-#include "ScriptedPeer.h"
+#include "ScriptedLine.h"
 
 #include <QTest>
 
@@ -10,31 +8,11 @@
 
 namespace {
 
-constexpr int kOsi2Address = 5;
-constexpr int kOsi7Address = 7;
-constexpr int kWaitMs = 5000;
+constexpr int kOsi2Address = ScriptedLine::kOsi2Address;
+constexpr int kOsi7Address = ScriptedLine::kOsi7Address;
+constexpr int kWaitMs = ScriptedLine::kWaitMs;
 
-// The device goes first, then the far station, then the pty. All three live on the heap: the
-// thread sanitizer forgets a mutex only when its memory is freed, and a stack slot reused by
-// the next test would look to it like one mutex locked in two orders.
-struct Line
-{
-    std::unique_ptr<PtyPair> ptyOwner = std::make_unique<PtyPair>();
-    std::unique_ptr<ScriptedPeer> peerOwner = std::make_unique<ScriptedPeer>(*ptyOwner);
-    std::unique_ptr<RecordingDevice> deviceOwner = std::make_unique<RecordingDevice>();
-    PtyPair &pty = *ptyOwner;
-    ScriptedPeer &peer = *peerOwner;
-    RecordingDevice &device = *deviceOwner;
-
-    bool Open() { return pty.IsValid() && device.OpenLink(pty.SlavePath().toStdString(), 10, false); }
-    bool BringUp()
-    {
-        if (!Open())
-            return false;
-        device.Connect(kOsi2Address, kOsi7Address);
-        return device.WaitForEvent(QStringLiteral("link 1"), 1, kWaitMs);
-    }
-};
+using Line = ScriptedLine;
 
 QByteArray Hex(const char *text)
 {
