@@ -64,13 +64,6 @@ public:
     }
 
 protected:
-    void ShowStatus(const QString &) override {}
-    void ShowDeviceVersions(const QString &, const QString &) override {}
-    void ShowProgress(int, int) override {}
-    void EnableButton(Button, bool) override {}
-    void ShowRetryButton(bool) override {}
-    void MakeDefaultButton(Button) override {}
-    void AllowClose(bool) override {}
     bool ConfirmProgramming() override { return true; }
 
 private:

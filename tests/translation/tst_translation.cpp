@@ -213,11 +213,11 @@ private slots:
         QCOMPARE(status->text(), Expected("FWUpgradeDialog", CUpgradeProcedure::kTextUnknown));
         QCOMPARE(software->text(), Expected("FWUpgradeDialog", CUpgradeProcedure::kTextUnknown));
         upgrade.ConnectionChanged(true);
-        QCOMPARE(status->text(), Expected("FWUpgradeDialog", CUpgradeProcedure::kTextConnected));
+        QCOMPARE(status->text(), Expected("FWUpgradeDialog", CFirmwareUpgrade::kTextConnected));
         upgrade.SwitchModeFailed();
-        QCOMPARE(status->text(), Expected("FWUpgradeDialog", CUpgradeProcedure::kTextSwitchFailed));
+        QCOMPARE(status->text(), Expected("FWUpgradeDialog", CFirmwareUpgrade::kTextSwitchFailed));
         upgrade.EndUpgradeProcess();
-        QCOMPARE(status->text(), Expected("FWUpgradeDialog", CUpgradeProcedure::kTextAllDone));
+        QCOMPARE(status->text(), Expected("FWUpgradeDialog", CFirmwareUpgrade::kTextAllDone));
         upgrade.ShutDown();
     }
 
