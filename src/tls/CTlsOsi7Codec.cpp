@@ -119,8 +119,11 @@ CTlsOsi7Codec::Command CTlsOsi7Codec::Osi7AddressAssignment(std::uint8_t linkAdd
 ByteVector CTlsOsi7Codec::Telegram(const Command &command, int jobNumber)
 {
     const auto blockLength = Octet(static_cast<int>(command.block.size()));
-    ByteVector telegram = {0x00, Octet(5 + blockLength), command.group, command.applicationId, Octet(jobNumber),
-                           0x01, blockLength};
+    ByteVector telegram;
+    telegram.reserve(kOffsetEndPoint + command.block.size());
+    for (std::uint8_t octet : {std::uint8_t {0x00}, Octet(5 + blockLength), command.group, command.applicationId,
+                               Octet(jobNumber), std::uint8_t {0x01}, blockLength})
+        telegram.push_back(octet);
     telegram.insert(telegram.end(), command.block.begin(), command.block.end());
     return telegram;
 }
