@@ -2,7 +2,7 @@
 // rows against a table of 100 rows, the model alone and with a table view attached (as in the
 // main window). A full table drops its oldest row with every new one, so the cost per line must
 // not grow with the limit. Prints figures; asserts nothing.
-#include "trace/CMultiColumnListModel.h"
+#include "trace/ui/CMultiColumnListModel.h"
 
 #include <QApplication>
 #include <QHeaderView>

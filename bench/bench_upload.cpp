@@ -64,13 +64,6 @@ public:
     }
 
 protected:
-    void ShowStatus(const QString &) override {}
-    void ShowDeviceVersions(const QString &, const QString &) override {}
-    void ShowProgress(int, int) override {}
-    void EnableButton(Button, bool) override {}
-    void ShowRetryButton(bool) override {}
-    void MakeDefaultButton(Button) override {}
-    void AllowClose(bool) override {}
     bool ConfirmProgramming() override { return true; }
 
 private:
@@ -125,7 +118,7 @@ double Quantile(std::vector<double> values, double q)
 bool SwitchToBootLoader(const QString &device, int rate)
 {
     CliDevice link(CliOptions::TraceLevel::None);
-    QSignalSpy linkChanges(&link, &CliDevice::LinkChangedSignal);
+    QSignalSpy linkChanges(&link, &CliDevice::ConnectionChanged);
     if (!link.OpenLink(device.toStdString(), CAsync::BaudIndexForRate(rate), false))
         return false;
     link.Connect(1, 1);

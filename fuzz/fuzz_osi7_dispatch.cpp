@@ -1,16 +1,17 @@
-// The dispatch of OSI 7 replies, fed telegrams of every length, function group and type. The
-// first input byte is the head's OSI 7 address, the rest one telegram. Every report the dispatch
-// makes is compared with what the telegram's octets say it must report: the octets at the
-// documented offsets, nothing for a reply too short to hold them, nothing for a signal reply with a
-// foreign end point or for an unknown group or type.
+// The reading of OSI 7 replies, fed telegrams of every length, function group and type. The
+// first input byte is the head's OSI 7 address, the rest one telegram. Every report the codec
+// finds in it, in the order the device reports them, is compared with what the telegram's octets
+// say it must report: the octets at the documented offsets, nothing for a reply too short to hold
+// them, nothing for a signal reply with a foreign end point or for an unknown group or type.
 
-#include "DispatchProbe.h"
+#include "tls/CTlsOsi7Codec.h"
 
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <initializer_list>
-#include <memory>
+#include <string>
+#include <vector>
 
 namespace {
 
@@ -20,7 +21,7 @@ void Check(bool condition)
         std::abort();
 }
 
-// "name v1 v2 ...", the form in which the probe records a report.
+// "name v1 v2 ...", the form in which a report is compared.
 std::string Report(const char *name, std::initializer_list<int> values)
 {
     std::string text = name;
@@ -109,24 +110,55 @@ std::vector<std::string> ExpectedReports(const ByteVector &t, std::uint8_t osi7A
     return {};
 }
 
+// The reports of a parsed reply, one text each, in the order in which the device reports them.
+std::vector<std::string> Reports(const CTlsOsi7Codec::Reply &reply)
+{
+    using Kind = CTlsOsi7Codec::Reply::Kind;
+    std::vector<std::string> reports;
+    switch (reply.kind) {
+    case Kind::ActualValue:
+        reports.push_back(Report("actual", {reply.image, reply.on, reply.blink}));
+        break;
+    case Kind::Defects:
+        for (const auto &[image, intact] : reply.defects)
+            reports.push_back(Report("defect", {image, intact}));
+        break;
+    case Kind::Luminosity:
+        reports.push_back(Report("luminosity", {reply.full}));
+        break;
+    case Kind::Currents:
+        for (const auto &[image, milliAmps] : reply.currents) {
+            char text[64];
+            std::snprintf(text, sizeof text, "current %d %.1f", image, milliAmps);
+            reports.push_back(text);
+        }
+        break;
+    case Kind::Versions:
+        reports.push_back(Report("version", {reply.versions[0], reply.versions[1], reply.versions[2],
+                                             reply.versions[3], reply.versions[4], reply.versions[5]}));
+        reports.push_back("device " + (reply.product != nullptr ? reply.product->id.toStdString() : std::string("none")));
+        break;
+    case Kind::Uid:
+        reports.push_back("uid " + reply.uid);
+        break;
+    case Kind::None:
+        break;
+    }
+    return reports;
+}
+
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
 {
     if (size == 0)
         return 0;
-    // One device for the whole run: building one per input would start and end two timer threads
-    // each time. A defect reply with count 0 queues a job, so the device is renewed now and then.
-    static std::unique_ptr<DispatchProbe> device;
-    static unsigned uses = 0;
-    if (!device || ++uses % 4096 == 0) {
-        device.reset();
-        device = std::make_unique<DispatchProbe>();
-    }
-    device->SetDeviceAddress(data[0]);
-    device->ClearReports();
     const ByteVector telegram(data + 1, data + size);
-    device->DispatchReply(telegram);
-    Check(device->Reports() == ExpectedReports(telegram, data[0]));
+    const CTlsOsi7Codec::Reply reply = CTlsOsi7Codec::ParseReply(telegram, data[0]);
+    Check(Reports(reply) == ExpectedReports(telegram, data[0]));
+    // Only a defect list without a defect asks for the actual value again.
+    const bool noDefect = telegram.size() > 9 && telegram[2] == 4 && telegram[7] == data[0] && telegram[8] == 0x02
+        && telegram[9] == 0;
+    Check(reply.askActualValueAgain == noDefect);
     return 0;
 }

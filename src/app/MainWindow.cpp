@@ -10,13 +10,13 @@
 #include "comm/CAsync.h"
 #include "controller/CTrafficLightController.h"
 #include "controller/DeviceMaintenance.h"
-#include "firmware/CFirmwareUpgrade.h"
-#include "firmware/FWUpgradeDialog.h"
+#include "firmware/ui/CFirmwareUpgrade.h"
+#include "firmware/ui/FWUpgradeDialog.h"
 #include "ports/PortOpenReason.h"
 #include "settings/LichtwartSettings.h"
-#include "trace/CMultiColumnListModel.h"
+#include "trace/ui/CMultiColumnListModel.h"
 #include "trace/CTraceFormat.h"
-#include "trace/TraceTableExport.h"
+#include "trace/ui/TraceTableExport.h"
 
 #include <QCloseEvent>
 #include <QFileDialog>

@@ -1,47 +1,24 @@
 #include "DeviceCommands.h"
 
+#include "CliExit.h"
 #include "DeviceSession.h"
 #include "settings/LichtwartSettings.h"
 #include "tls/CStreloDevice.h"
+#include "tls/CStreloSetpoints.h"
 
 #include <QSettings>
 
 #include <limits>
-#include <map>
-#include <utility>
 
 namespace {
 
-constexpr int kExitUsage = 2;
-
-constexpr int kImageRed = CStreloDevice::kImageRed;
-constexpr int kImageYellow = CStreloDevice::kImageYellow;
-constexpr int kImageGreen = CStreloDevice::kImageGreen;
-constexpr int kImageRedYellow = CStreloDevice::kImageRedYellow;
-constexpr int kImageYellowFlasher = CStreloDevice::kImageYellowFlasher;
-constexpr int kSteady = 1;
-constexpr int kOff = 0;
-constexpr int kFlashing = -1; // the flashing value follows "flasher/cycleperiod"
-
-// The remote control's setpoints by name, as (image, value).
-const std::map<QString, std::pair<int, int>> &Setpoints()
+// The lamp names of the remote control's table, for the usage message.
+QString LampNames()
 {
-    static const std::map<QString, std::pair<int, int>> setpoints = {
-        {QStringLiteral("red"), {kImageRed, kSteady}},
-        {QStringLiteral("green"), {kImageGreen, kSteady}},
-        {QStringLiteral("yellow"), {kImageYellow, kFlashing}},
-        {QStringLiteral("yellow-steady"), {kImageYellow, kSteady}},
-        {QStringLiteral("yellow-flasher"), {kImageYellowFlasher, kFlashing}},
-        {QStringLiteral("red-yellow"), {kImageRedYellow, kSteady}},
-        {QStringLiteral("off"), {kImageRed, kOff}},
-    };
-    return setpoints;
-}
-
-int FlashingValueFromSettings()
-{
-    const QSettings settings;
-    return CStreloDevice::FlashingValue(LichtwartSettings::Read(settings, LichtwartSettings::FlasherCyclePeriod).toInt());
+    QStringList names;
+    for (const std::string &name : CStreloSetpoints::Names())
+        names << QString::fromStdString(name);
+    return names.join(QStringLiteral(", "));
 }
 
 } // namespace
@@ -76,13 +53,16 @@ int DeviceCommands::Run(const CliOptions &options, QTextStream &out, QTextStream
 
 int DeviceCommands::Lamp(const CliOptions &options, QTextStream &out, QTextStream &err)
 {
-    const auto found = Setpoints().find(options.commandArguments.value(0));
-    if (options.commandArguments.size() != 1 || found == Setpoints().end())
-        return Usage(err, QStringLiteral("lamp takes one of red, green, yellow, yellow-steady, yellow-flasher, red-yellow, off"));
-    const int image = found->second.first;
-    const int value = found->second.second == kFlashing ? FlashingValueFromSettings() : found->second.second;
+    const auto lamp = CStreloSetpoints::FromName(options.commandArguments.value(0).toStdString());
+    if (options.commandArguments.size() != 1 || !lamp)
+        return Usage(err, QStringLiteral("lamp takes one of %1").arg(LampNames()));
+    const QSettings settings;
+    const CStreloSetpoints::Setpoint setpoint = CStreloSetpoints::For(
+        *lamp, LichtwartSettings::Read(settings, LichtwartSettings::FlasherCyclePeriod).toInt());
     DeviceSession session(options, out, err);
-    return session.RunAction([image, value](CStreloDevice &device) { return device.SetSetpoint(image, value); });
+    return session.RunAction([setpoint](CStreloDevice &device) {
+        return device.SetSetpoint(setpoint.image, setpoint.value);
+    });
 }
 
 int DeviceCommands::Intensity(const CliOptions &options, QTextStream &out, QTextStream &err)
@@ -109,7 +89,7 @@ int DeviceCommands::FlasherSync(const CliOptions &options, QTextStream &out, QTe
     if (cycles < 0 || cycles > 255) {
         err << "error: the soft-sync cycle count " << cycles
             << " in the settings is out of range (0 to 255); the head would refuse it\n";
-        return kExitUsage;
+        return CliExit::kUsage;
     }
     DeviceSession session(options, out, err);
     return session.RunAction([=](CStreloDevice &device) {
@@ -125,7 +105,7 @@ int DeviceCommands::SetOsi2Address(const CliOptions &options, QTextStream &out, 
         return Usage(err, QStringLiteral("set-osi2-address takes one address from 1 to 199"));
     DeviceSession session(options, out, err);
     const int result = session.RunAction([address](CStreloDevice &device) { return device.SetOSI2Address(address); });
-    if (result == DeviceSession::kExitOk) {
+    if (result == CliExit::kOk) {
         // As in the GUI, the next connect uses the new address.
         QSettings settings;
         settings.setValue(LichtwartSettings::AddressOsi2, address);
@@ -153,5 +133,5 @@ int DeviceCommands::Monitor(const CliOptions &options, QTextStream &out, QTextSt
 int DeviceCommands::Usage(QTextStream &err, const QString &text)
 {
     err << "lichtwart-cli: " << text << "\n";
-    return kExitUsage;
+    return CliExit::kUsage;
 }

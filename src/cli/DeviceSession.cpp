@@ -1,5 +1,6 @@
 #include "DeviceSession.h"
 
+#include "CliExit.h"
 #include "CliDevice.h"
 #include "SignalWatcher.h"
 #include "ports/PortOpenReason.h"
@@ -31,34 +32,34 @@ DeviceSession::DeviceSession(const CliOptions &options, QTextStream &out, QTextS
     , m_device(std::make_unique<CliDevice>(options.RowLevel()))
 {
     CliDevice *device = m_device.get();
-    connect(device, &CliDevice::LinkChangedSignal, this, &DeviceSession::OnLinkChanged, Qt::QueuedConnection);
+    connect(device, &CliDevice::ConnectionChanged, this, &DeviceSession::OnLinkChanged, Qt::QueuedConnection);
     connect(device, &CliDevice::TraceRow, this, &DeviceSession::WriteTraceRow, Qt::QueuedConnection);
-    connect(device, &CliDevice::ActualValue, this, [this](int image, bool on, bool blink) {
+    connect(device, &CliDevice::ActualValueChanged, this, [this](int image, bool on, bool blink) {
         PrintLine(QStringLiteral("actual: image=%1 on=%2 blink=%3").arg(image).arg(Bool01(on), Bool01(blink)));
     }, Qt::QueuedConnection);
-    connect(device, &CliDevice::DefectValue, this, [this](int image, bool ok) {
+    connect(device, &CliDevice::DefectValueChanged, this, [this](int image, bool ok) {
         PrintLine(QStringLiteral("defect: image=%1 ok=%2").arg(image).arg(Bool01(ok)));
     }, Qt::QueuedConnection);
-    connect(device, &CliDevice::Luminosity, this, [this](bool full) {
+    connect(device, &CliDevice::LuminosityChanged, this, [this](bool full) {
         PrintLine(full ? QStringLiteral("luminosity: full") : QStringLiteral("luminosity: dim"));
     }, Qt::QueuedConnection);
-    connect(device, &CliDevice::CurrentDrain, this, [this](int image, double milliAmps) {
+    connect(device, &CliDevice::CurrentDraineChanged, this, [this](int image, double milliAmps) {
         PrintLine(QStringLiteral("current: image=%1 mA=%2").arg(image).arg(milliAmps, 0, 'f', 1));
     }, Qt::QueuedConnection);
-    connect(device, &CliDevice::Version, this, [this](int hw1, int hw2, int hw3, int sw1, int sw2, int sw3) {
+    connect(device, &CliDevice::VersionChanged, this, [this](int hw1, int hw2, int hw3, int sw1, int sw2, int sw3) {
         m_hardware = QStringLiteral("%1.%2.%3").arg(hw1).arg(hw2).arg(hw3);
         m_software = QStringLiteral("%1.%2.%3").arg(sw1).arg(sw2).arg(sw3);
         m_haveVersion = true;
         m_versionOnThisLink = true;
         Reevaluate();
     }, Qt::QueuedConnection);
-    connect(device, &CliDevice::Device, this, [this](const STRELO_PRODUCT *product) {
+    connect(device, &CliDevice::DeviceChanged, this, [this](const STRELO_PRODUCT *product) {
         m_productRecord = product;
         m_product = product != nullptr ? product->id : QStringLiteral("unknown");
         m_haveDevice = true;
         Reevaluate();
     }, Qt::QueuedConnection);
-    connect(device, &CliDevice::Uid, this, [this](const QString &uid) {
+    connect(device, &CliDevice::UIDChanged, this, [this](const QString &uid) {
         m_uid = uid;
         m_haveUid = true;
         m_uidOnThisLink = true;
@@ -108,7 +109,7 @@ bool DeviceSession::Identify()
 int DeviceSession::RunIdentify()
 {
     if (!Open())
-        return kExitOpenFailed;
+        return CliExit::kOpenFailed;
     const bool identified = Identify();
     if (identified) {
         m_out << "product: " << m_product << "\n"
@@ -118,16 +119,16 @@ int DeviceSession::RunIdentify()
         m_out.flush();
     }
     Finish();
-    return identified ? kExitOk : kExitNoLink;
+    return identified ? CliExit::kOk : CliExit::kNoLink;
 }
 
 int DeviceSession::RunAction(const Action &action)
 {
     if (!Open())
-        return kExitOpenFailed;
+        return CliExit::kOpenFailed;
     if (!Identify()) {
         Finish();
-        return kExitNoLink;
+        return CliExit::kNoLink;
     }
     // The device drops a command while another telegram is pending; offer it again until it is
     // taken, within the time-out.
@@ -148,32 +149,32 @@ int DeviceSession::RunAction(const Action &action)
             m_err << "error: the device on " << m_options.device << " did not take the command within "
                   << m_options.timeoutMs << " ms\n";
         Finish();
-        return kExitNoLink;
+        return CliExit::kNoLink;
     }
     m_printReports = true;
     Settle(m_options.settleMs);
     Finish();
-    return kExitOk;
+    return CliExit::kOk;
 }
 
 int DeviceSession::RunMonitor(int durationMs)
 {
     if (!Open())
-        return kExitOpenFailed;
+        return CliExit::kOpenFailed;
     // Reports that arrive while the link comes up are printed too; the duration counts from the
     // identification, so a short monitor always sees the head, however long the link took.
     m_printReports = true;
     if (!Identify()) {
         Finish();
         // SIGINT or SIGTERM while the link comes up is the user's way to end a monitor: a clean stop.
-        return m_interrupted ? kExitOk : kExitNoLink;
+        return m_interrupted ? CliExit::kOk : CliExit::kNoLink;
     }
     Settle(durationMs);
     // A head lost during the run gets up to --timeout to come back and answer its start-up jobs
     // again, so the monitor never ends in the middle of rebuilding the link.
     WaitFor([this] { return m_linkUp && m_versionOnThisLink && m_uidOnThisLink; }, m_options.timeoutMs);
     Finish();
-    return kExitOk;
+    return CliExit::kOk;
 }
 
 bool DeviceSession::WaitFor(const std::function<bool()> &condition, int timeoutMs)
@@ -224,10 +225,8 @@ void DeviceSession::OnLinkChanged(bool up)
         // At every link-up the head is given its OSI 7 address (when the settings ask for it) and
         // asked for its actual value, luminosity, defects, versions and UID.
         const QSettings settings;
-        if (LichtwartSettings::Read(settings, LichtwartSettings::AddressAssign).toBool())
-            m_device->AssignOSI7Address(m_options.osi7Address);
-        for (int job = 0; job <= 4; ++job)
-            m_device->QueueJob(job);
+        m_device->QueueStartUpSequence(LichtwartSettings::Read(settings, LichtwartSettings::AddressAssign).toBool(),
+                                       m_options.osi7Address);
     }
     // A head that goes away (cable pulled, adapter unplugged) and comes back is reported; the
     // repeated failed cycles of a silent head and our own Disconnect are not.

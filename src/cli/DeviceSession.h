@@ -28,9 +28,6 @@ public:
     // The command's action; false while the device cannot take it yet (another telegram pending).
     using Action = std::function<bool(CStreloDevice &)>;
 
-    static constexpr int kExitOk = 0;
-    static constexpr int kExitOpenFailed = 1;
-    static constexpr int kExitNoLink = 3;
 
     DeviceSession(const CliOptions &options, QTextStream &out, QTextStream &err);
     ~DeviceSession() override;

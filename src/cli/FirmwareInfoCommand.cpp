@@ -1,13 +1,10 @@
 #include "FirmwareInfoCommand.h"
 
+#include "CliExit.h"
 #include "firmware/CFirmwareException.h"
 #include "firmware/CFirmwareFile.h"
 
 namespace {
-
-constexpr int kExitOk = 0;
-constexpr int kExitUsage = 2;
-constexpr int kExitFirmware = 4;
 
 struct FirmwareInfoOptions
 {
@@ -16,13 +13,7 @@ struct FirmwareInfoOptions
     bool wideAddresses = false;
 };
 
-int UsageError(QTextStream &err, const QString &problem)
-{
-    err << "lichtwart-cli firmware-info: " << problem << "\n"
-        << "usage: lichtwart-cli firmware-info FILE [--allow-raw-hex] [--wide]\n";
-    err.flush();
-    return kExitUsage;
-}
+const QString kUsage = QStringLiteral("usage: lichtwart-cli firmware-info FILE [--allow-raw-hex] [--wide]\n");
 
 // Empty text when the arguments are sound, otherwise what is wrong with them.
 QString Parse(const QStringList &arguments, FirmwareInfoOptions &options)
@@ -64,17 +55,14 @@ int RunFirmwareInfoCommand(const QStringList &arguments, QTextStream &out, QText
     FirmwareInfoOptions options;
     const QString problem = Parse(arguments, options);
     if (!problem.isEmpty())
-        return UsageError(err, problem);
+        return CliExit::UsageError(err, QStringLiteral("firmware-info"), problem, kUsage);
     CFirmwareFile firmware;
     try {
         firmware.Load(options.file.toStdString(), options.allowRawHex, options.wideAddresses);
     } catch (const CFirmwareException &error) {
-        err << "firmware error " << error.Code() << ": " << QString::fromStdString(error.Message())
-            << "\n";
-        err.flush();
-        return kExitFirmware;
+        return CliExit::FirmwareError(err, error);
     }
     PrintInfo(firmware, out);
     out.flush();
-    return kExitOk;
+    return CliExit::kOk;
 }

@@ -1,5 +1,6 @@
 #include "PackCommand.h"
 
+#include "CliExit.h"
 #include "firmware/CFirmwareArchive.h"
 #include "firmware/CFirmwareException.h"
 #include "firmware/CFirmwarePackageWriter.h"
@@ -12,10 +13,6 @@
 
 namespace {
 
-constexpr int kExitOk = 0;
-constexpr int kExitUsage = 2;
-constexpr int kExitFirmware = 4;
-
 struct PackOptions
 {
     QString image;
@@ -25,14 +22,9 @@ struct PackOptions
     const STRELO_PRODUCT *product = nullptr;
 };
 
-int UsageError(QTextStream &err, const QString &problem)
-{
-    err << "lichtwart-cli pack: " << problem << "\n"
-        << "usage: lichtwart-cli pack IMAGE --version TEXT --date TEXT --product strelo-002|strelo-003\n"
-        << "                          [--release-notes TEXT] [--format zip|tar|tar.gz] -o FILE\n";
-    err.flush();
-    return kExitUsage;
-}
+const QString kUsage = QStringLiteral(
+    "usage: lichtwart-cli pack IMAGE --version TEXT --date TEXT --product strelo-002|strelo-003\n"
+    "                          [--release-notes TEXT] [--format zip|tar|tar.gz] -o FILE\n");
 
 // Takes the option's value into values; empty text when that worked, otherwise what is wrong.
 QString TakeValue(const QStringList &arguments, int &i, std::map<QString, QString> &values)
@@ -100,22 +92,20 @@ int RunPackCommand(const QStringList &arguments, QTextStream &out, QTextStream &
     PackOptions options;
     const QString problem = Parse(arguments, options);
     if (!problem.isEmpty())
-        return UsageError(err, problem);
+        return CliExit::UsageError(err, QStringLiteral("pack"), problem, kUsage);
     try {
         const ByteVector image = CFirmwareArchive::ReadPlainFile(QFile::encodeName(options.image).toStdString());
         // Products of variant 1 take 32-bit address records, as the upgrade loads them.
         CFirmwarePackageWriter::Write(QFile::encodeName(options.output).toStdString(), options.format,
                                       options.manifest, image, options.product->variant == 1);
     } catch (const CFirmwareException &error) {
-        err << "firmware error " << error.Code() << ": " << QString::fromStdString(error.Message()) << "\n";
-        err.flush();
-        return kExitFirmware;
+        return CliExit::FirmwareError(err, error);
     } catch (const std::runtime_error &error) {
         err << "error: " << QString::fromStdString(error.what()) << "\n";
         err.flush();
-        return kExitFirmware;
+        return CliExit::kFirmware;
     }
     out << "wrote " << options.output << "\n";
     out.flush();
-    return kExitOk;
+    return CliExit::kOk;
 }

@@ -1,20 +1,15 @@
 #include "PortsCommand.h"
 
+#include "CliExit.h"
 #include "ports/SerialPortCatalog.h"
 
 #include <QStringList>
-
-namespace {
-
-constexpr int kExitUsage = 2;
-
-} // namespace
 
 int RunPortsCommand(const QStringList &arguments, QTextStream &out, QTextStream &err)
 {
     if (!arguments.isEmpty()) {
         err << "lichtwart-cli: ports takes no arguments\n";
-        return kExitUsage;
+        return CliExit::kUsage;
     }
     const QList<SerialPortEntry> entries = SerialPortCatalog::Present();
     for (const SerialPortEntry &entry : entries)

@@ -1,5 +1,6 @@
 #include "ScanCommand.h"
 
+#include "CliExit.h"
 #include "ProgressLine.h"
 #include "SignalWatcher.h"
 #include "comm/CAsync.h"
@@ -11,11 +12,6 @@
 #include <QTimer>
 
 namespace {
-
-constexpr int kExitFound = 0;
-constexpr int kExitOpenFailed = 1;
-constexpr int kExitUsage = 2;
-constexpr int kExitNoneFound = 3;
 
 struct ScanArguments
 {
@@ -80,7 +76,7 @@ int RunScanCommand(const CliOptions &options, QTextStream &out, QTextStream &err
     const QString error = ParseArguments(options.commandArguments, scan);
     if (!error.isEmpty()) {
         err << "lichtwart-cli: " << error << "\n";
-        return kExitUsage;
+        return CliExit::kUsage;
     }
     // The stored rate and address (or those given with --baud and --osi2) are probed first.
     CHeadSearch search(options.device, CHeadSearch::Plan(scan.rates, scan.firstAddress, scan.lastAddress,
@@ -119,8 +115,9 @@ int RunScanCommand(const CliOptions &options, QTextStream &out, QTextStream &err
     loop.exec();
     progress.Break();
     if (portFailed)
-        return kExitOpenFailed;
+        return CliExit::kOpenFailed;
     if (found == 0)
-        err << "no head answered: check the cable and the head's power, then scan again\n";
-    return found > 0 ? kExitFound : kExitNoneFound;
+        err << "no head answered: check the cable and the head's power, then scan again
+";
+    return found > 0 ? CliExit::kOk : CliExit::kNoLink;
 }

@@ -1,5 +1,6 @@
 #include "UpgradeCommand.h"
 
+#include "CliExit.h"
 #include "CliDevice.h"
 #include "firmware/CFirmwareException.h"
 #include "settings/LichtwartSettings.h"
@@ -56,18 +57,18 @@ int UpgradeCommand::Run()
     if (m_retry)
         return RetryInBootLoader();
     if (!OpenLink())
-        return kExitOpenFailed;
+        return CliExit::kOpenFailed;
     if (!WaitForIdentification()) {
         ReleaseLink();
-        return kExitNoLink;
+        return CliExit::kNoLink;
     }
     if (!LoadFirmware()) {
         ReleaseLink();
-        return kExitFirmware;
+        return CliExit::kFirmware;
     }
     if (!CheckProduct()) {
         ReleaseLink();
-        return kExitUpgradeFailed;
+        return CliExit::kUpgradeFailed;
     }
     return Upgrade();
 }
@@ -116,11 +117,10 @@ QString UpgradeCommand::ParseArguments(const QStringList &arguments)
 
 int UpgradeCommand::UsageError(const QString &problem)
 {
-    m_err << "lichtwart-cli upgrade: " << problem << "\n"
-          << "usage: lichtwart-cli upgrade FILE [--allow-raw-hex] [--upload-baud RATE] [--force] [--no-verify]\n"
-             "                             [--verify-timeout MS] [--retry PRODUCT]\n";
-    m_err.flush();
-    return kExitUsage;
+    return CliExit::UsageError(
+        m_err, QStringLiteral("upgrade"), problem,
+        QStringLiteral("usage: lichtwart-cli upgrade FILE [--allow-raw-hex] [--upload-baud RATE] [--force] [--no-verify]\n"
+                       "                             [--verify-timeout MS] [--retry PRODUCT]\n"));
 }
 
 bool UpgradeCommand::OpenLink()
@@ -148,8 +148,7 @@ bool UpgradeCommand::LoadFirmware()
     try {
         m_sequencer.LoadFirmwareFile(m_file, m_allowRawHex);
     } catch (const CFirmwareException &error) {
-        m_err << "firmware error " << error.Code() << ": " << QString::fromStdString(error.Message()) << "\n";
-        m_err.flush();
+        CliExit::FirmwareError(m_err, error);
         return false;
     }
     return true;
@@ -170,9 +169,9 @@ int UpgradeCommand::RetryInBootLoader()
 {
     m_sequencer.SetStreloDevice(m_product);
     if (!LoadFirmware())
-        return kExitFirmware;
+        return CliExit::kFirmware;
     if (!CheckProduct())
-        return kExitUpgradeFailed;
+        return CliExit::kUpgradeFailed;
     m_sequencer.SetUploadDevice(m_options.device);
     if (m_uploadBaud)
         m_sequencer.SetUploadBaudrate(*m_uploadBaud);
@@ -208,14 +207,14 @@ int UpgradeCommand::AwaitEnd()
     m_session.WaitFor([this] { return m_finished.has_value(); }, -1);
     ReleaseLink();
     if (m_finished.value_or(false))
-        return m_verify ? Verify() : kExitOk;
+        return m_verify ? Verify() : CliExit::kOk;
     if (!m_finished)
         m_err << "error: the upgrade was interrupted; the head may still be in its boot loader "
                  "(run the upgrade again with --retry PRODUCT)\n";
     else
         m_err << "error: " << m_sequencer.LastStatus() << "\n";
     m_err.flush();
-    return kExitUpgradeFailed;
+    return CliExit::kUpgradeFailed;
 }
 
 // "All done" only means that the boot loader took every chunk and the start command. The head
@@ -226,7 +225,7 @@ int UpgradeCommand::Verify()
     m_out << "Waiting for the restarted head ...\n";
     m_out.flush();
     if (!m_session.Open())
-        return kExitUpgradeFailed;
+        return CliExit::kUpgradeFailed;
     const bool back = m_session.WaitFor([this] { return m_session.Identified(); }, m_verifyTimeoutMs);
     const QString software = m_session.Software();
     m_session.Finish();
@@ -236,24 +235,24 @@ int UpgradeCommand::Verify()
                   << " ms after the upgrade; check its power and cable, run identify, and if it stays in its boot "
                      "loader run the upgrade again with --retry PRODUCT\n";
         m_err.flush();
-        return kExitUpgradeFailed;
+        return CliExit::kUpgradeFailed;
     }
     const CFirmwareFile &firmware = m_sequencer.Firmware();
     if (!firmware.HasManifest()) {
         m_out << "restarted: software " << software << " (a raw image names no version to compare)\n";
         m_out.flush();
-        return kExitOk;
+        return CliExit::kOk;
     }
     const QString expected = QString::fromStdString(firmware.GetVersion());
     if (firmware.IsEqualTo(software.toStdString())) {
         m_out << "verified: software " << software << "\n";
         m_out.flush();
-        return kExitOk;
+        return CliExit::kOk;
     }
     m_err << "error: after the upgrade the head reports software " << software << ", not the package's version "
           << expected << "; the new firmware did not take, run the upgrade again\n";
     m_err.flush();
-    return kExitUpgradeFailed;
+    return CliExit::kUpgradeFailed;
 }
 
 void UpgradeCommand::OnLinkChanged(bool up)

@@ -31,12 +31,6 @@ class UpgradeCommand : public QObject
     Q_OBJECT
 
 public:
-    static constexpr int kExitOk = 0;
-    static constexpr int kExitOpenFailed = 1;
-    static constexpr int kExitUsage = 2;
-    static constexpr int kExitNoLink = 3;
-    static constexpr int kExitFirmware = 4;
-    static constexpr int kExitUpgradeFailed = 5;
     // How long the restarted head has to come back and identify itself.
     static constexpr int kDefaultVerifyTimeoutMs = 15000;
 

@@ -1,7 +1,5 @@
 #include "UpgradeSequencer.h"
 
-#include <QRegularExpression>
-
 #include <algorithm>
 
 UpgradeSequencer::UpgradeSequencer(QTextStream &out, QTextStream &err, bool progressBar)
@@ -11,16 +9,10 @@ UpgradeSequencer::UpgradeSequencer(QTextStream &out, QTextStream &err, bool prog
 {
 }
 
-QString UpgradeSequencer::PlainText(const QString &richText)
-{
-    static const QRegularExpression tag(QStringLiteral("<[^>]*>"));
-    return QString(richText).remove(tag);
-}
-
-void UpgradeSequencer::ShowStatus(const QString &qstrText)
+void UpgradeSequencer::ShowStatus(Status status)
 {
     m_progress.Break();
-    m_lastStatus = PlainText(qstrText);
+    m_lastStatus = PlainText(status);
     m_out << m_lastStatus << "\n";
     m_out.flush();
 }

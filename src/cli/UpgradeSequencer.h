@@ -5,12 +5,11 @@
 
 #include <QTextStream>
 
-// The upgrade procedure on a terminal: every status text becomes one plain line on the output,
+// The upgrade procedure on a terminal: every status becomes one line of its plain text on the output,
 // the upload's progress becomes "progress: <done>/<total>" lines on the error stream (bytes sent,
 // as the dialog's bar counts them), or a bar drawn in place when that stream is a terminal. The
 // bar counts the bytes the boot loader has acknowledged and shows elapsed time, rate and time left.
-// Buttons and closing have no meaning here, and programming needs no confirmation: the command
-// itself is the user's request.
+// Programming needs no confirmation: the command itself is the user's request.
 class UpgradeSequencer : public CUpgradeProcedure
 {
     Q_OBJECT
@@ -18,20 +17,12 @@ class UpgradeSequencer : public CUpgradeProcedure
 public:
     UpgradeSequencer(QTextStream &out, QTextStream &err, bool progressBar);
 
-    // The last status text, without markup.
+    // The text of the last status.
     QString LastStatus() const { return m_lastStatus; }
 
-    // The status text as plain text: the markup of the dialog removed.
-    static QString PlainText(const QString &richText);
-
 protected:
-    void ShowStatus(const QString &qstrText) override;
+    void ShowStatus(Status status) override;
     void ShowProgress(int nValue, int nMaximum) override;
-    void ShowDeviceVersions(const QString &, const QString &) override {}
-    void EnableButton(Button, bool) override {}
-    void ShowRetryButton(bool) override {}
-    void MakeDefaultButton(Button) override {}
-    void AllowClose(bool) override {}
     bool ConfirmProgramming() override { return true; }
 
 private:

@@ -1,4 +1,6 @@
 #include "CliCapture.h"
+
+#include "CliExit.h"
 #include "CliOptions.h"
 #include "DeviceCommands.h"
 #include "FirmwareInfoCommand.h"
@@ -14,12 +16,6 @@
 #include <clocale>
 #include <cstdio>
 
-namespace {
-
-constexpr int kExitUsage = 2;
-
-} // namespace
-
 int main(int argc, char *argv[])
 {
     QCoreApplication app(argc, argv);
@@ -34,7 +30,7 @@ int main(int argc, char *argv[])
     CliOptions options;
     if (!options.Parse(QCoreApplication::arguments())) {
         err << "lichtwart-cli: " << options.ErrorText() << "\n" << CliOptions::HelpText();
-        return kExitUsage;
+        return CliExit::kUsage;
     }
     if (options.HelpRequested()) {
         out << CliOptions::HelpText();
@@ -47,7 +43,7 @@ int main(int argc, char *argv[])
     // Every port the command opens is recorded, whatever the command.
     CliCapture capture(err);
     if (!options.capturePath.isEmpty() && !capture.Start(options.capturePath))
-        return kExitUsage;
+        return CliExit::kUsage;
     if (options.command == QLatin1String("firmware-info"))
         return RunFirmwareInfoCommand(options.commandArguments, out, err);
     if (options.command == QLatin1String("ports"))
@@ -61,5 +57,5 @@ int main(int argc, char *argv[])
     if (DeviceCommands::IsDeviceCommand(options.command))
         return DeviceCommands::Run(options, out, err);
     err << "lichtwart-cli: unknown command '" << options.command << "'\n";
-    return kExitUsage;
+    return CliExit::kUsage;
 }

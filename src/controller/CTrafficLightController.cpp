@@ -7,7 +7,6 @@
 #include "trace/CTraceFormat.h"
 
 #include <QMap>
-#include <QMetaType>
 #include <QSignalBlocker>
 #include <QTimer>
 
@@ -16,21 +15,10 @@ namespace {
 constexpr int kBlinkFlashMs = 200; // the yellow flasher lights briefly ...
 constexpr int kBlinkSlowMs = 800;  // ... and stays dark long; yellow blinks evenly with this
 
-// Directions of the trace hooks; anything else is not traced.
-constexpr int kReceived = 0;
-constexpr int kSent = 1;
-
-bool IsTracedDirection(int direction)
-{
-    return direction == kReceived || direction == kSent;
-}
-
 } // namespace
 
-CTrafficLightController::CTrafficLightController(QWidget *mainWindow) : QObject(mainWindow)
+CTrafficLightController::CTrafficLightController(QWidget *mainWindow) : CStreloDeviceSignals(mainWindow)
 {
-    qRegisterMetaType<const STRELO_PRODUCT *>("const STRELO_PRODUCT*");
-
     m_dialog = new StreloVisualDialog(mainWindow);
     ConnectDialog(mainWindow);
 
@@ -87,79 +75,6 @@ void CTrafficLightController::ShowRemoteControl()
     m_dialog->show();
 }
 
-// --- protocol hooks (reader and timer threads): they only emit ---
-
-void CTrafficLightController::LinkChanged(bool up)
-{
-    emit ConnectionChanged(up);
-}
-
-void CTrafficLightController::OnUserData(const ByteVector &telegram)
-{
-    DispatchReply(telegram);
-}
-
-void CTrafficLightController::OnActualValue(int image, bool on, bool blink)
-{
-    emit ActualValueChanged(image, on, blink);
-}
-
-void CTrafficLightController::OnDefectValue(int image, bool ok)
-{
-    emit DefectValueChanged(image, ok);
-}
-
-void CTrafficLightController::OnLuminosity(bool full)
-{
-    emit LuminosityChanged(full);
-}
-
-void CTrafficLightController::OnCurrentDrain(int image, double milliAmps)
-{
-    emit CurrentDraineChanged(image, milliAmps);
-}
-
-void CTrafficLightController::OnVersion(int hwMajor, int hwMinor, int hwRevision, int swMajor, int swMinor,
-                                        int swRelease)
-{
-    emit VersionChanged(hwMajor, hwMinor, hwRevision, swMajor, swMinor, swRelease);
-}
-
-void CTrafficLightController::OnDevice(const STRELO_PRODUCT *product)
-{
-    emit DeviceChanged(product);
-}
-
-void CTrafficLightController::OnUID(const std::string &uid)
-{
-    emit UIDChanged(QString::fromStdString(uid));
-}
-
-void CTrafficLightController::TraceBytes(int level, int direction, const ByteVector &data)
-{
-    if (IsTracedDirection(direction))
-        emit TraceAsync(direction == kReceived, CTraceFormat::Octets(data));
-}
-
-void CTrafficLightController::TraceTelegram(int level, int direction, int frameType, int osi3AddressId, int length,
-                                            bool prm, bool fcbOrAcd, bool fcvOrDfc, const std::string &function,
-                                            int address, int checksum, const ByteVector &data)
-{
-    if (IsTracedDirection(direction))
-        emit TraceOSI2(direction == kReceived, CTraceFormat::FrameType(frameType), osi3AddressId, length, prm,
-                       fcbOrAcd, fcvOrDfc, QString::fromStdString(function), address, checksum,
-                       CTraceFormat::Octets(data));
-}
-
-void CTrafficLightController::TraceOsi7(int level, int direction, int length, const std::string &fgName,
-                                        const std::string &appIdName, int jobNumber, int blockCount,
-                                        const ByteVector &block)
-{
-    if (IsTracedDirection(direction))
-        emit TraceOSI7(direction == kReceived, length, QString::fromStdString(fgName),
-                       QString::fromStdString(appIdName), jobNumber, blockCount, CTraceFormat::Octets(block));
-}
-
 // --- commands (GUI thread) ---
 
 void CTrafficLightController::OnLinkChange(bool bLinkIsUp)
@@ -171,51 +86,50 @@ void CTrafficLightController::OnLinkChange(bool bLinkIsUp)
         m_lampState = 0;
         return;
     }
-    if (LichtwartSettings::Read(m_settings, LichtwartSettings::AddressAssign).toBool())
-        AssignOSI7Address(LichtwartSettings::Read(m_settings, LichtwartSettings::AddressOsi7).toInt());
-    for (int job : {kJobActualValue, kJobLuminosity, kJobDefects, kJobVersions, kJobUid})
-        QueueJob(job);
+    QueueStartUpSequence(LichtwartSettings::Read(m_settings, LichtwartSettings::AddressAssign).toBool(),
+                         LichtwartSettings::Read(m_settings, LichtwartSettings::AddressOsi7).toInt());
 }
 
-int CTrafficLightController::FlashingSetpointValue() const
+void CTrafficLightController::SetLamp(CStreloSetpoints::Lamp lamp)
 {
-    return FlashingValue(LichtwartSettings::Read(m_settings, LichtwartSettings::FlasherCyclePeriod).toInt());
+    const CStreloSetpoints::Setpoint setpoint = CStreloSetpoints::For(
+        lamp, LichtwartSettings::Read(m_settings, LichtwartSettings::FlasherCyclePeriod).toInt());
+    SetSetpoint(setpoint.image, setpoint.value);
 }
 
 void CTrafficLightController::SetRedSetpoint()
 {
-    SetSetpoint(kImageRed, 1);
+    SetLamp(CStreloSetpoints::Lamp::Red);
 }
 
 void CTrafficLightController::SetGreenSetpoint()
 {
-    SetSetpoint(kImageGreen, 1);
+    SetLamp(CStreloSetpoints::Lamp::Green);
 }
 
 void CTrafficLightController::SetYellowSetpoint()
 {
-    SetSetpoint(kImageYellow, FlashingSetpointValue());
+    SetLamp(CStreloSetpoints::Lamp::Yellow);
 }
 
 void CTrafficLightController::SetYellowSteadySetpoint()
 {
-    SetSetpoint(kImageYellow, 1);
+    SetLamp(CStreloSetpoints::Lamp::YellowSteady);
 }
 
 void CTrafficLightController::SetYellowFlasherSetpoint()
 {
-    SetSetpoint(kImageYellowFlasher, FlashingSetpointValue());
+    SetLamp(CStreloSetpoints::Lamp::YellowFlasher);
 }
 
 void CTrafficLightController::SetYellowRedSetpoint()
 {
-    SetSetpoint(kImageRedYellow, 1);
+    SetLamp(CStreloSetpoints::Lamp::RedYellow);
 }
 
-// The head has no image "off": the red image with value 0 switches the lamp dark.
 void CTrafficLightController::SetOffSetpoint()
 {
-    SetSetpoint(kImageRed, 0);
+    SetLamp(CStreloSetpoints::Lamp::Off);
 }
 
 void CTrafficLightController::SetIntensity(int nIntensity)
@@ -239,14 +153,14 @@ QPushButton *CTrafficLightController::LampButton(int nTLSImageCode) const
 {
     Ui::StreloVisualDialog &form = m_dialog->Form();
     switch (nTLSImageCode) {
-    case kImageRed:
+    case CTlsOsi7Codec::kImageRed:
         return form.pbRED;
-    case kImageYellow:
-    case kImageYellowFlasher:
+    case CTlsOsi7Codec::kImageYellow:
+    case CTlsOsi7Codec::kImageYellowFlasher:
         return form.pbYEL;
-    case kImageGreen:
+    case CTlsOsi7Codec::kImageGreen:
         return form.pbGRN;
-    case kImageRedYellow:
+    case CTlsOsi7Codec::kImageRedYellow:
         return form.pbYELRED;
     default:
         return nullptr;
@@ -255,11 +169,11 @@ QPushButton *CTrafficLightController::LampButton(int nTLSImageCode) const
 
 void CTrafficLightController::ShowLamp(int nTLSImageCode, LampLook look)
 {
-    static const QMap<int, QString> kFamilies = {{kImageRed, QStringLiteral("red")},
-                                                 {kImageYellow, QStringLiteral("yel")},
-                                                 {kImageYellowFlasher, QStringLiteral("yel")},
-                                                 {kImageGreen, QStringLiteral("grn")},
-                                                 {kImageRedYellow, QStringLiteral("yel-red")}};
+    static const QMap<int, QString> kFamilies = {{CTlsOsi7Codec::kImageRed, QStringLiteral("red")},
+                                                 {CTlsOsi7Codec::kImageYellow, QStringLiteral("yel")},
+                                                 {CTlsOsi7Codec::kImageYellowFlasher, QStringLiteral("yel")},
+                                                 {CTlsOsi7Codec::kImageGreen, QStringLiteral("grn")},
+                                                 {CTlsOsi7Codec::kImageRedYellow, QStringLiteral("yel-red")}};
     static const QMap<LampLook, QString> kLooks = {{LampLook::Off, QStringLiteral("off")},
                                                    {LampLook::On, QStringLiteral("on")},
                                                    {LampLook::Defective, QStringLiteral("defective")}};
@@ -270,7 +184,8 @@ void CTrafficLightController::ShowLamp(int nTLSImageCode, LampLook look)
 
 void CTrafficLightController::ShowAllLampsOff()
 {
-    for (int image : {kImageRed, kImageYellow, kImageGreen, kImageRedYellow})
+    for (int image : {CTlsOsi7Codec::kImageRed, CTlsOsi7Codec::kImageYellow, CTlsOsi7Codec::kImageGreen,
+                      CTlsOsi7Codec::kImageRedYellow})
         ShowLamp(image, LampLook::Off);
 }
 
@@ -278,13 +193,13 @@ void CTrafficLightController::ShowAllLampsOff()
 bool *CTrafficLightController::DefectFlag(int nTLSImageCode)
 {
     switch (nTLSImageCode) {
-    case kImageRed:
+    case CTlsOsi7Codec::kImageRed:
         return &m_redDefect;
-    case kImageYellow:
+    case CTlsOsi7Codec::kImageYellow:
         return &m_yellowDefect;
-    case kImageGreen:
+    case CTlsOsi7Codec::kImageGreen:
         return &m_greenDefect;
-    case kImageRedYellow:
+    case CTlsOsi7Codec::kImageRedYellow:
         return &m_redYellowDefect;
     default:
         return nullptr;
@@ -310,7 +225,7 @@ void CTrafficLightController::SetActualValue(int nTLSImageCode, bool bOn, bool b
     if (bBlink) {
         m_blinkPhase = bOn;
         m_lampState = 2;
-        m_blinkTimer->start(nTLSImageCode == kImageYellowFlasher ? kBlinkFlashMs : kBlinkSlowMs);
+        m_blinkTimer->start(nTLSImageCode == CTlsOsi7Codec::kImageYellowFlasher ? kBlinkFlashMs : kBlinkSlowMs);
     }
 }
 
@@ -319,17 +234,17 @@ void CTrafficLightController::UpdateBlinkCycle()
 {
     m_blinkPhase = !m_blinkPhase;
     if (m_yellowDefect)
-        ShowLamp(kImageYellow, LampLook::Defective);
+        ShowLamp(CTlsOsi7Codec::kImageYellow, LampLook::Defective);
     else
-        ShowLamp(kImageYellow, m_blinkPhase ? LampLook::On : LampLook::Off);
+        ShowLamp(CTlsOsi7Codec::kImageYellow, m_blinkPhase ? LampLook::On : LampLook::Off);
 
-    const bool flashPhase = m_actualImage == kImageYellowFlasher && m_blinkPhase;
+    const bool flashPhase = m_actualImage == CTlsOsi7Codec::kImageYellowFlasher && m_blinkPhase;
     m_blinkTimer->start(flashPhase ? kBlinkFlashMs : kBlinkSlowMs);
 }
 
 void CTrafficLightController::SetDefectValue(int nTLSImageCode, bool bImageIsOk)
 {
-    if (nTLSImageCode == kImageYellow || nTLSImageCode == kImageYellowFlasher)
+    if (nTLSImageCode == CTlsOsi7Codec::kImageYellow || nTLSImageCode == CTlsOsi7Codec::kImageYellowFlasher)
         ShowDefectOfYellowLamp(bImageIsOk);
     else if (DefectFlag(nTLSImageCode))
         ShowDefectOfSteadyLamp(nTLSImageCode, bImageIsOk);
@@ -351,15 +266,15 @@ void CTrafficLightController::ShowDefectOfYellowLamp(bool bImageIsOk)
 {
     m_yellowDefect = !bImageIsOk;
     if (!bImageIsOk) {
-        ShowLamp(kImageYellow, LampLook::Defective);
+        ShowLamp(CTlsOsi7Codec::kImageYellow, LampLook::Defective);
         return;
     }
     if (m_lampState == 0) {
-        ShowLamp(kImageYellow, LampLook::Off);
+        ShowLamp(CTlsOsi7Codec::kImageYellow, LampLook::Off);
         return;
     }
-    if (m_actualImage == kImageYellow)
-        ShowLamp(kImageYellow, LampLook::On);
+    if (m_actualImage == CTlsOsi7Codec::kImageYellow)
+        ShowLamp(CTlsOsi7Codec::kImageYellow, LampLook::On);
     if (m_lampState == 2) {
         m_blinkPhase = true;
         m_blinkTimer->start(kBlinkSlowMs);
@@ -379,13 +294,13 @@ void CTrafficLightController::SetGUICurrentDrain(int nTLSImageCode, double dMill
 {
     Ui::StreloVisualDialog &form = m_dialog->Form();
     switch (nTLSImageCode) {
-    case kImageRed:
+    case CTlsOsi7Codec::kImageRed:
         form.lcdRED->display(dMilliAmps);
         break;
-    case kImageYellow:
+    case CTlsOsi7Codec::kImageYellow:
         form.lcdYEL->display(dMilliAmps);
         break;
-    case kImageGreen:
+    case CTlsOsi7Codec::kImageGreen:
         form.lcdGRN->display(dMilliAmps);
         break;
     default:

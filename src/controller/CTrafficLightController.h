@@ -1,8 +1,8 @@
 #pragma once
 
 #include "controller/StreloVisualDialog.h"
-#include "tls/CStreloDevice.h"
-#include "tls/StreloProduct.h"
+#include "tls/CStreloDeviceSignals.h"
+#include "tls/CStreloSetpoints.h"
 
 #include <QObject>
 #include <QPointer>
@@ -15,10 +15,11 @@ class QWidget;
 
 // One connected traffic-light head as the user interface sees it: the whole protocol stack (port,
 // link, application layer) and at the same time a Qt object. The protocol's hooks run on the
-// reader and timer threads and only emit signals; everything that touches a widget happens in
-// slots, which Qt runs on the GUI thread. The controller also owns the remote-control dialog and
-// draws the lamp state it is told about into that dialog's buttons.
-class CTrafficLightController : public QObject, public CStreloDevice
+// reader and timer threads and only emit signals (CStreloDeviceSignals, whose signals are the
+// controller's: ConnectionChanged, ActualValueChanged, ..., TraceOSI7); everything that touches a
+// widget happens in slots, which Qt runs on the GUI thread. The controller also owns the
+// remote-control dialog and draws the lamp state it is told about into that dialog's buttons.
+class CTrafficLightController : public CStreloDeviceSignals
 {
     Q_OBJECT
 
@@ -39,22 +40,6 @@ public:
     // its destructors run.
     using CStreloDevice::ShutDown;
 
-signals:
-    void TraceAsync(bool bInbound, QString qstrData);
-    void TraceOSI2(bool bInbound, QString qstrFrameType, int nOSI3AddressID, int nLength, bool bPRM, bool bFCBorACD,
-                   bool bFCVorDFC, QString qstrFunction, int nAddress, int nChecksum, QString qstrData);
-    void TraceOSI7(bool bInbound, int nLength, QString qstrFG, QString qstrAppID, int nJobNumber, int nBlockCount,
-                   QString qstrData);
-    void ConnectionChanged(bool bConncted);
-    void ActualValueChanged(int nTLSImageCode, bool bOn, bool bBlink);
-    void DefectValueChanged(int nTLSImageCode, bool bImageIsOk);
-    void LuminosityChanged(bool bFull);
-    void CurrentDraineChanged(int, double dMilliAmps);
-    void VersionChanged(int nHWVMajor, int nHWVMinor, int nHWVRevision, int nSWVMajor, int nSWVMinor,
-                        int nSWVRelease);
-    void DeviceChanged(const struct STRELO_PRODUCT *);
-    void UIDChanged(const QString qstrUID);
-
 public slots:
     void OnLinkChange(bool bLinkIsUp);
     void SetRedSetpoint();
@@ -73,29 +58,12 @@ public slots:
     void UpdateBlinkCycle();
     void SwitchToFirmwareUploadMode(int nPortID, int nBaudrateID, int nPortFeatures);
 
-protected:
-    void LinkChanged(bool up) override;
-    void OnUserData(const ByteVector &telegram) override;
-    void OnActualValue(int image, bool on, bool blink) override;
-    void OnDefectValue(int image, bool ok) override;
-    void OnLuminosity(bool full) override;
-    void OnCurrentDrain(int image, double milliAmps) override;
-    void OnVersion(int hwMajor, int hwMinor, int hwRevision, int swMajor, int swMinor, int swRelease) override;
-    void OnDevice(const STRELO_PRODUCT *product) override;
-    void OnUID(const std::string &uid) override;
-    void TraceBytes(int level, int direction, const ByteVector &data) override;
-    void TraceTelegram(int level, int direction, int frameType, int osi3AddressId, int length, bool prm,
-                       bool fcbOrAcd, bool fcvOrDfc, const std::string &function, int address, int checksum,
-                       const ByteVector &data) override;
-    void TraceOsi7(int level, int direction, int length, const std::string &fgName, const std::string &appIdName,
-                   int jobNumber, int blockCount, const ByteVector &block) override;
-
 private:
     // How a lamp button looks; the names are the last part of the icon resources.
     enum class LampLook { Off, On, Defective };
 
     void ConnectDialog(QWidget *mainWindow);
-    int FlashingSetpointValue() const;
+    void SetLamp(CStreloSetpoints::Lamp lamp);
 
     QPushButton *LampButton(int nTLSImageCode) const;
     void ShowLamp(int nTLSImageCode, LampLook look);

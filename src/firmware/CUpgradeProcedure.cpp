@@ -53,6 +53,26 @@ QString CUpgradeProcedure::Text(const char *text)
     return QCoreApplication::translate(kTextContext, text);
 }
 
+QString CUpgradeProcedure::PlainText(Status status)
+{
+    switch (status) {
+    case Status::Unknown: return QStringLiteral("unknown");
+    case Status::Connected: return QStringLiteral("Connected to target device");
+    case Status::Switching: return QStringLiteral("Switching device to programming mode ...");
+    case Status::Enabling: return QStringLiteral("Enabling firmware flasher of target device ...");
+    case Status::Erasing: return QStringLiteral("Erasing flash, do not disconnect ...");
+    case Status::Uploading: return QStringLiteral("Uploading firmware, do not disconnect ...");
+    case Status::Successful: return QStringLiteral("Upgrade successful, resetting device ...");
+    case Status::AllDone: return QStringLiteral("All done, please close this window now");
+    case Status::NoAnswer: return QStringLiteral("No valid answer from firmware flasher!");
+    case Status::EraseFailed: return QStringLiteral("Failed to erase flash!");
+    case Status::WriteFailed: return QStringLiteral("Failed to write data block to flash!");
+    case Status::SwitchFailed: return QStringLiteral("Failed to switch device to programming mode!");
+    case Status::Reconnecting: return QStringLiteral("Trying to reconnect ...");
+    }
+    return {};
+}
+
 void CUpgradeProcedure::SetUpgradeState(int state)
 {
     upgradeState = state;
@@ -86,36 +106,20 @@ void CUpgradeProcedure::SetUpgradeState(int state)
 
 void CUpgradeProcedure::EnterNoDevice()
 {
-    ShowStatus(Text(kTextUnknown));
+    ShowStatus(Status::Unknown);
     ShowDeviceVersions(Text(kTextUnknown), Text(kTextUnknown));
     SetProgress(0);
-    EnableButton(Button::Program, false);
-    EnableButton(Button::Load, true);
-    AllowCloseAndHideRetry();
 }
 
 void CUpgradeProcedure::EnterReady()
 {
-    ShowStatus(Text(kTextConnected));
+    ShowStatus(Status::Connected);
     SetProgress(0);
-    EnableButton(Button::Load, true);
-    EnableButton(Button::Close, true);
-    AllowCloseAndHideRetry();
-}
-
-void CUpgradeProcedure::AllowCloseAndHideRetry()
-{
-    ShowRetryButton(false);
-    AllowClose(true);
 }
 
 void CUpgradeProcedure::EnterSwitching()
 {
-    ShowStatus(Text(kTextSwitching));
-    EnableButton(Button::Load, false);
-    EnableButton(Button::Program, false);
-    EnableButton(Button::Close, false);
-    AllowClose(false);
+    ShowStatus(Status::Switching);
     switchTimer.start(kSwitchSupervisionMs);
     emit SwitchToFirmwareUploadMode(kUploadPortId, BaudRateCode(UploadBaudrateForCode()), kUploadPortFeatures);
 }
@@ -123,7 +127,7 @@ void CUpgradeProcedure::EnterSwitching()
 void CUpgradeProcedure::EnterEnabling()
 {
     switchTimer.stop();
-    ShowStatus(Text(kTextEnabling));
+    ShowStatus(Status::Enabling);
     emit StartingFlashOperations();
     // The link needs a moment to let go of the port before the boot loader is spoken to.
     QTimer::singleShot(kHandOverDelayMs, this, SLOT(StartUpgradeProcess()));
@@ -131,7 +135,7 @@ void CUpgradeProcedure::EnterEnabling()
 
 void CUpgradeProcedure::EnterErasing()
 {
-    ShowStatus(Text(kTextErasing));
+    ShowStatus(Status::Erasing);
     const bool eraseA = product && product->hardwareMajor == kHardwareMajorEraseA;
     const bool sent = eraseA ? EraseFlashA(kCommandRetries) : EraseFlashB(kCommandRetries);
     if (!sent)
@@ -141,7 +145,7 @@ void CUpgradeProcedure::EnterErasing()
 void CUpgradeProcedure::EnterWriting()
 {
     firmware.RewindToFirstBlock();
-    ShowStatus(Text(kTextUploading));
+    ShowStatus(Status::Uploading);
     progressMaximum = firmware.GetTotalSize();
     SetProgress(0);
     SendNextChunk();
@@ -149,7 +153,7 @@ void CUpgradeProcedure::EnterWriting()
 
 void CUpgradeProcedure::EnterDone()
 {
-    ShowStatus(Text(kTextSuccessful));
+    ShowStatus(Status::Successful);
     SetProgress(progressMaximum);
     StartApplication();
     // The head restarts into its new firmware; the port is released once it has had the time.
@@ -183,17 +187,11 @@ void CUpgradeProcedure::FailRefusedRequest()
         this, [this] { EvaluateCommandResult(OSL_NO_ANSWER); }, Qt::QueuedConnection);
 }
 
-void CUpgradeProcedure::FailStep(const char *text)
+void CUpgradeProcedure::FailStep(Status status)
 {
     Close();
     upgradeState = UPGRADE_NO_DEVICE;
-    ShowStatus(Text(text));
-    EnableButton(Button::Load, false);
-    EnableButton(Button::Program, false);
-    EnableButton(Button::Close, true);
-    ShowRetryButton(true);
-    MakeDefaultButton(Button::Retry);
-    AllowClose(true);
+    ShowStatus(status);
     emit UpgradeFinished(false);
 }
 
@@ -208,11 +206,7 @@ void CUpgradeProcedure::Program()
 void CUpgradeProcedure::Retry()
 {
     SetProgress(0);
-    ShowRetryButton(false);
-    MakeDefaultButton(Button::Close);
-    EnableButton(Button::Close, false);
-    AllowClose(false);
-    ShowStatus(Text(kTextReconnecting));
+    ShowStatus(Status::Reconnecting);
     StartUpgradeProcess();
 }
 
@@ -235,11 +229,7 @@ void CUpgradeProcedure::SetStreloDevice(const STRELO_PRODUCT *detected)
 void CUpgradeProcedure::SwitchModeFailed()
 {
     switchTimer.stop();
-    ShowStatus(Text(kTextSwitchFailed));
-    EnableButton(Button::Load, true);
-    EnableButton(Button::Program, true);
-    EnableButton(Button::Close, true);
-    AllowClose(true);
+    ShowStatus(Status::SwitchFailed);
     emit UpgradeFinished(false);
 }
 
@@ -254,10 +244,7 @@ void CUpgradeProcedure::StartUpgradeProcess()
 void CUpgradeProcedure::EndUpgradeProcess()
 {
     Close();
-    ShowStatus(Text(kTextAllDone));
-    AllowClose(true);
-    EnableButton(Button::Close, true);
-    MakeDefaultButton(Button::Close);
+    ShowStatus(Status::AllDone);
     upgradeState = UPGRADE_NO_DEVICE;
     emit UpgradeFinished(true);
 }
@@ -270,19 +257,19 @@ void CUpgradeProcedure::EvaluateCommandResult(COSLProtocol::OSL_RESULT result)
         if (success)
             SetUpgradeState(UPGRADE_ERASING);
         else
-            FailStep(kTextNoAnswer);
+            FailStep(Status::NoAnswer);
         break;
     case UPGRADE_ERASING:
         if (success)
             SetUpgradeState(UPGRADE_WRITING);
         else
-            FailStep(kTextEraseFailed);
+            FailStep(Status::EraseFailed);
         break;
     case UPGRADE_WRITING:
         if (success)
             SendNextChunk();
         else
-            FailStep(kTextWriteFailed);
+            FailStep(Status::WriteFailed);
         break;
     default:
         break;

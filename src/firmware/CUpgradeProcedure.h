@@ -35,8 +35,22 @@ public:
         UPGRADE_DONE = 7,
     };
 
-    // The buttons a view offers; the procedure enables, shows and defaults them.
-    enum class Button { Load, Program, Close, Retry };
+    // Where the run stands, as the view is told: each step reached, each way a step failed.
+    enum class Status {
+        Unknown,      // no head connected
+        Connected,    // a head is connected and can be programmed
+        Switching,    // the head is asked to start its boot loader
+        Enabling,     // the head has left the link; the boot loader is woken
+        Erasing,
+        Uploading,
+        Successful,   // every chunk is written; the head restarts
+        AllDone,      // the head has had its time to restart; the port is released
+        NoAnswer,     // the boot loader did not answer (a retry is possible)
+        EraseFailed,  // (a retry is possible)
+        WriteFailed,  // (a retry is possible)
+        SwitchFailed, // the head did not leave the link in time
+        Reconnecting, // a retry wakes the boot loader again
+    };
 
     static constexpr std::uint32_t kChunkSize = 32;
     static constexpr std::uint32_t kConnectRetries = 150;
@@ -48,34 +62,14 @@ public:
     static constexpr int kUploadPortFeatures = 31;
     static constexpr int kHardwareMajorEraseA = 2;
 
-    // The status texts, translated under the dialog's context (the markers let lupdate find them
-    // there; the command line never loads a translation, so it prints them as they stand).
+    // "unknown", for a status or a version that is not known; translated under the dialog's
+    // context (the marker lets lupdate find it there; the command line never loads a translation).
     static constexpr const char *kTextContext = "FWUpgradeDialog";
     static constexpr const char *kTextUnknown = QT_TRANSLATE_NOOP("FWUpgradeDialog", "unknown");
-    static constexpr const char *kTextConnected =
-        QT_TRANSLATE_NOOP("FWUpgradeDialog", "<font color='#009933'>Connected to target device</font>");
-    static constexpr const char *kTextSwitching =
-        QT_TRANSLATE_NOOP("FWUpgradeDialog", "Switching device to programming mode ...");
-    static constexpr const char *kTextEnabling =
-        QT_TRANSLATE_NOOP("FWUpgradeDialog", "Enabling firmware flasher of target device ...");
-    static constexpr const char *kTextErasing =
-        QT_TRANSLATE_NOOP("FWUpgradeDialog", "Erasing flash, do <b>not</b> disconnect ...");
-    static constexpr const char *kTextUploading =
-        QT_TRANSLATE_NOOP("FWUpgradeDialog", "Uploading firmware, do <b>not</b> disconnect ...");
-    static constexpr const char *kTextSuccessful =
-        QT_TRANSLATE_NOOP("FWUpgradeDialog", "<font color='#009933'>Upgrade successful, resetting device ...</font>");
-    static constexpr const char *kTextAllDone =
-        QT_TRANSLATE_NOOP("FWUpgradeDialog", "<font color='#009933'>All done, please close this window now</font>");
-    static constexpr const char *kTextNoAnswer =
-        QT_TRANSLATE_NOOP("FWUpgradeDialog", "<font color='red'>No valid answer from firmware flasher!</font>");
-    static constexpr const char *kTextEraseFailed =
-        QT_TRANSLATE_NOOP("FWUpgradeDialog", "<font color='red'>Failed to erase flash!</font>");
-    static constexpr const char *kTextWriteFailed =
-        QT_TRANSLATE_NOOP("FWUpgradeDialog", "<font color='red'>Failed to write data block to flash!</font>");
-    static constexpr const char *kTextSwitchFailed =
-        QT_TRANSLATE_NOOP("FWUpgradeDialog", "<font color='red'>Failed to switch device to programming mode!</font>");
-    static constexpr const char *kTextReconnecting =
-        QT_TRANSLATE_NOOP("FWUpgradeDialog", "Trying to reconnect ...");
+
+    // The status as plain English text, the words the dialog shows (which adds colour and
+    // emphasis and translates) and the command line prints.
+    static QString PlainText(Status status);
 
     explicit CUpgradeProcedure(QObject *parent = nullptr);
     ~CUpgradeProcedure() override;
@@ -137,14 +131,11 @@ signals:
     void UpgradeFinished(bool bSuccess);
 
 protected:
-    // The view hooks.
-    virtual void ShowStatus(const QString &qstrText) = 0;
-    virtual void ShowDeviceVersions(const QString &qstrSoftware, const QString &qstrHardware) = 0;
-    virtual void ShowProgress(int nValue, int nMaximum) = 0;
-    virtual void EnableButton(Button button, bool bEnabled) = 0;
-    virtual void ShowRetryButton(bool bVisible) = 0;
-    virtual void MakeDefaultButton(Button button) = 0;
-    virtual void AllowClose(bool bAllowed) = 0;
+    // The view hooks: what the procedure tells, in its own terms. A view shows what it wants of
+    // it; the dialog adds the markup and decides what its buttons allow.
+    virtual void ShowStatus(Status status) {}
+    virtual void ShowDeviceVersions(const QString &qstrSoftware, const QString &qstrHardware) {}
+    virtual void ShowProgress(int nValue, int nMaximum) {}
     // Asked before the switch-over starts; false stops the programming.
     virtual bool ConfirmProgramming() = 0;
 
@@ -161,10 +152,9 @@ private:
     void EnterErasing();
     void EnterWriting();
     void EnterDone();
-    void AllowCloseAndHideRetry();
     void SendNextChunk();
     void SetProgress(int value);
-    void FailStep(const char *text);
+    void FailStep(Status status);
     void FailRefusedRequest();
     bool UsesWideAddresses() const;
     int UploadBaudrateForCode() const;

@@ -5,7 +5,6 @@
 namespace {
 
 constexpr int kLikelyRate = 9600;
-constexpr int kSystemEndPoint = 255;
 
 // A status request and its answer are five characters each; a character of the link's frame
 // (start bit, eight data bits, even parity, stop bit) is eleven bits.
@@ -235,7 +234,7 @@ void CHeadSearch::Identify(const Probe &candidate)
     m_current.rate = candidate.rate;
     m_current.osi2 = candidate.address;
     // The system end point answers whatever the head's own OSI 7 address is.
-    m_port->Connect(candidate.address, kSystemEndPoint);
+    m_port->Connect(candidate.address, CTlsOsi7Codec::kSystemEndPoint);
     m_timer.start(kIdentifyTimeoutMs);
 }
 
@@ -243,9 +242,9 @@ void CHeadSearch::OnLinkUp()
 {
     if (m_step != Step::Identifying)
         return;
-    m_port->QueueJob(CStreloDevice::kJobVersions);
-    m_port->QueueJob(CStreloDevice::kJobUid);
-    m_port->QueueJob(CStreloDevice::kJobActualValue);
+    m_port->QueueJob(CTlsOsi7Codec::kJobVersions);
+    m_port->QueueJob(CTlsOsi7Codec::kJobUid);
+    m_port->QueueJob(CTlsOsi7Codec::kJobActualValue);
 }
 
 void CHeadSearch::Learnt()

@@ -2,12 +2,6 @@
 
 namespace {
 
-// Offsets in an OSI 7 telegram: function group, DE and type of the first block.
-constexpr std::size_t kOffsetGroup = 2;
-constexpr std::size_t kOffsetEndPoint = 7;
-constexpr std::size_t kOffsetType = 8;
-constexpr std::uint8_t kTypeActualValue = 0x37;
-
 QString VersionText(int major, int minor, int third)
 {
     return QStringLiteral("%1.%2.%3").arg(major).arg(minor).arg(third);
@@ -61,11 +55,8 @@ void CHeadSearchDevice::LinkChanged(bool up)
 
 void CHeadSearchDevice::OnUserData(const ByteVector &telegram)
 {
-    // The actual value of the signal group comes from the head's own end point, whatever end
-    // point the request named.
-    if (telegram.size() > kOffsetType && telegram[kOffsetGroup] == kGroupSignal
-        && telegram[kOffsetType] == kTypeActualValue)
-        emit ReplyEndPoint(telegram[kOffsetEndPoint]);
+    if (const auto endPoint = CTlsOsi7Codec::ActualValueEndPoint(telegram))
+        emit ReplyEndPoint(*endPoint);
     DispatchReply(telegram);
 }
 

@@ -1,56 +1,11 @@
 #include "CStreloDevice.h"
 
-#include "CStreloProductTable.h"
-
-#include <cstdio>
 
 namespace {
-
-// Application ids of the telegrams the master sends.
-constexpr std::uint8_t kParameterAssignment = 0x03;
-constexpr std::uint8_t kCommand = 0x05;
-constexpr std::uint8_t kErrorMessageRequest = 0x11;
-constexpr std::uint8_t kStatusInfoRequest = 0x12;
-constexpr std::uint8_t kParameterRequest = 0x13;
-constexpr std::uint8_t kCommandStatusRequest = 0x15;
-
-// Object types (octet 8 of a telegram).
-constexpr std::uint8_t kTypeDefects = 0x02;
-constexpr std::uint8_t kTypeAddressAssignment = 0x21;
-constexpr std::uint8_t kTypeLuminosity = 0x31;
-constexpr std::uint8_t kTypeActualValue = 0x37;
-constexpr std::uint8_t kTypeCurrents = 0x82;
-constexpr std::uint8_t kTypeFlasherSync = 0x83;
-constexpr std::uint8_t kTypeOsi2Address = 0x84;
-constexpr std::uint8_t kTypeVersions = 0x85;
-constexpr std::uint8_t kTypeUid = 0x87;
-constexpr std::uint8_t kTypeFirmwareUpload = 0xFE;
-
-// Offsets inside an OSI 7 telegram.
-constexpr std::size_t kOffsetLength = 1;
-constexpr std::size_t kOffsetGroup = 2;
-constexpr std::size_t kOffsetApplicationId = 3;
-constexpr std::size_t kOffsetJobNumber = 4;
-constexpr std::size_t kOffsetBlockCount = 5;
-constexpr std::size_t kOffsetBlockLength = 6;
-constexpr std::size_t kOffsetEndPoint = 7;
-constexpr std::size_t kOffsetType = 8;
-constexpr std::size_t kOffsetParameters = 9;
-
-constexpr std::uint8_t kIntensityFull = 0x64;
-constexpr std::uint8_t kIntensityDimmed = 0x0A;
-constexpr int kLuminosityDimmedMax = 50;
-constexpr int kFlasherParameterLimit = 256;
-constexpr std::size_t kGroupedUidBlockLength = 14;
 
 constexpr std::uint8_t Octet(int value)
 {
     return static_cast<std::uint8_t>(value);
-}
-
-int OctetOrZero(const ByteVector &telegram, std::size_t offset)
-{
-    return offset < telegram.size() ? telegram[offset] : 0;
 }
 
 // A lock guard for the critical section, which is not a standard lockable.
@@ -394,50 +349,32 @@ bool CStreloDevice::TakeJob()
         return false;
     const int jobCode = m_jobs.front();
     m_jobs.pop_front();
-    if (jobCode < kJobActualValue || jobCode > kJobUid)
+    const auto job = CTlsOsi7Codec::Job(jobCode, DeviceEndPoint());
+    if (!job)
         return false;
     m_broadcast = false;
-    BuildJob(jobCode);
+    BuildTelegram(*job);
     // Marked pending until SendUserData takes it, so a command cannot overwrite it meanwhile.
     m_sendPending = true;
     return true;
 }
 
-void CStreloDevice::BuildJob(int jobCode)
+void CStreloDevice::QueueStartUpSequence(bool assignOsi7Address, int osi7Address)
 {
-    const std::uint8_t endPoint = DeviceEndPoint();
-    switch (jobCode) {
-    case kJobActualValue:
-        BuildTelegram(kGroupSignal, kCommandStatusRequest, {endPoint, kTypeActualValue});
-        break;
-    case kJobLuminosity:
-        BuildTelegram(kGroupSignal, kCommandStatusRequest, {endPoint, kTypeLuminosity});
-        break;
-    case kJobDefects:
-        BuildTelegram(kGroupSignal, kErrorMessageRequest, {endPoint, kTypeDefects});
-        break;
-    case kJobVersions:
-        BuildTelegram(kGroupSystem, kParameterRequest, {kSystemEndPoint, kTypeVersions});
-        break;
-    case kJobUid:
-        BuildTelegram(kGroupSystem, kParameterRequest, {kSystemEndPoint, kTypeUid});
-        break;
-    default:
-        break;
-    }
+    if (assignOsi7Address)
+        AssignOSI7Address(osi7Address);
+    for (int job : CTlsOsi7Codec::kStartUpJobs)
+        QueueJob(job);
 }
 
-void CStreloDevice::BuildTelegram(std::uint8_t group, std::uint8_t applicationId, const ByteVector &block)
+void CStreloDevice::BuildTelegram(const CTlsOsi7Codec::Command &command)
 {
-    // One counter for every telegram of the device; it runs 1..255 and never sends 0.
-    m_jobNumber = m_jobNumber >= 255 ? 1 : m_jobNumber + 1;
-    const auto blockLength = Octet(static_cast<int>(block.size()));
-    m_userData = {0x00, Octet(5 + blockLength), group, applicationId, Octet(m_jobNumber), 0x01, blockLength};
-    m_userData.insert(m_userData.end(), block.begin(), block.end());
+    // One counter for every telegram of the device.
+    m_jobNumber = CTlsOsi7Codec::NextJobNumber(m_jobNumber);
+    m_userData = CTlsOsi7Codec::Telegram(command, m_jobNumber);
 }
 
-bool CStreloDevice::SubmitCommand(std::uint8_t group, std::uint8_t applicationId, const ByteVector &block,
-                                  bool broadcast)
+bool CStreloDevice::SubmitCommand(const CTlsOsi7Codec::Command &command, bool broadcast)
 {
     {
         PendingGuard pending(m_pendingLock);
@@ -447,7 +384,7 @@ bool CStreloDevice::SubmitCommand(std::uint8_t group, std::uint8_t applicationId
         std::lock_guard data(m_dataLock);
         // The flag describes the telegram waiting in the buffer, so every build sets it.
         m_broadcast = broadcast;
-        BuildTelegram(group, applicationId, block);
+        BuildTelegram(command);
         m_sendPending = true;
     }
 #ifdef LICHTWART_TEST_SEAMS
@@ -478,205 +415,82 @@ void CStreloDevice::KickResponseTimer()
 
 bool CStreloDevice::SetSetpoint(int nTLSImageCode, int value)
 {
-    return SubmitCommand(kGroupSignal, kCommand,
-                         {DeviceEndPoint(), kTypeActualValue, 0x01, Octet(nTLSImageCode), Octet(value)});
+    return SubmitCommand(CTlsOsi7Codec::Setpoint(DeviceEndPoint(), nTLSImageCode, value));
 }
 
 bool CStreloDevice::SetIntensity(bool full)
 {
-    return SubmitCommand(kGroupSignal, kCommand,
-                         {DeviceEndPoint(), kTypeLuminosity, full ? kIntensityFull : kIntensityDimmed, 0x00});
+    return SubmitCommand(CTlsOsi7Codec::Intensity(DeviceEndPoint(), full));
 }
 
 bool CStreloDevice::RefreshCurrentMeters()
 {
-    return SubmitCommand(kGroupSignal, kStatusInfoRequest, {DeviceEndPoint(), kTypeCurrents});
+    return SubmitCommand(CTlsOsi7Codec::CurrentMeters(DeviceEndPoint()));
 }
 
 bool CStreloDevice::FlasherSynchronisation(bool osi7Broadcast, bool osi2Broadcast, int a, int b)
 {
-    if (a >= kFlasherParameterLimit || b >= kFlasherParameterLimit)
-        return false;
-    const std::uint8_t endPoint = osi7Broadcast ? kSystemEndPoint : DeviceEndPoint();
-    return SubmitCommand(kGroupSignal, kCommand, {endPoint, kTypeFlasherSync, Octet(a), Octet(b)}, osi2Broadcast);
+    const auto command = CTlsOsi7Codec::FlasherSynchronisation(osi7Broadcast, DeviceEndPoint(), a, b);
+    return command && SubmitCommand(*command, osi2Broadcast);
 }
 
 bool CStreloDevice::SetOSI2Address(int address)
 {
-    return SubmitCommand(kGroupSystem, kParameterAssignment, {kSystemEndPoint, kTypeOsi2Address, Octet(address)});
+    return SubmitCommand(CTlsOsi7Codec::Osi2Address(address));
 }
 
 bool CStreloDevice::SwitchToFirmwareUploadMode(int port, int baudCode, int features)
 {
-    return SubmitCommand(kGroupSystem, kCommand,
-                         {DeviceEndPoint(), kTypeFirmwareUpload, Octet(port), Octet(baudCode), Octet(features)});
+    return SubmitCommand(CTlsOsi7Codec::FirmwareUploadMode(DeviceEndPoint(), port, baudCode, features));
 }
 
 bool CStreloDevice::AssignOSI7Address(int osi7Address)
 {
-    // The configuration frame is addressed by the link address: it ties the physical channel to
-    // the OSI 7 address.
-    return SubmitCommand(kGroupSystem, kParameterAssignment,
-                         {m_address.load(), kTypeAddressAssignment, 0x01, 0x01, 0x04, Octet(osi7Address)});
-}
-
-int CStreloDevice::FlashingValue(int cyclePeriodMs)
-{
-    // High nibble: the period in units of 200 ms; low nibble 2: flashing. Long periods wrap.
-    return ((cyclePeriodMs / 200) * 16 + 2) & 0xFF;
+    return SubmitCommand(CTlsOsi7Codec::Osi7AddressAssignment(m_address.load(), osi7Address));
 }
 
 // ---- replies -----------------------------------------------------------------------------------
 
 void CStreloDevice::DispatchReply(const ByteVector &telegram)
 {
-    // A reply too short to hold the octets its type is read from is ignored.
-    if (telegram.size() <= kOffsetType)
-        return;
-    if (telegram[kOffsetGroup] == kGroupSignal)
-        DispatchSignalReply(telegram);
-    else if (telegram[kOffsetGroup] == kGroupSystem)
-        DispatchSystemReply(telegram);
-}
-
-void CStreloDevice::DispatchSignalReply(const ByteVector &telegram)
-{
-    if (telegram[kOffsetEndPoint] != m_deviceAddress.load())
-        return;
-    const std::size_t size = telegram.size();
-    const std::uint8_t *o = telegram.data();
-    switch (o[kOffsetType]) {
-    case kTypeActualValue:
-        if (size > 11)
-            OnActualValue(o[10], (o[11] & 0x03) != 0, (o[11] & 0x02) != 0);
+    using Kind = CTlsOsi7Codec::Reply::Kind;
+    const CTlsOsi7Codec::Reply reply = CTlsOsi7Codec::ParseReply(telegram, m_deviceAddress.load());
+    switch (reply.kind) {
+    case Kind::ActualValue:
+        OnActualValue(reply.image, reply.on, reply.blink);
         break;
-    case kTypeDefects:
-        ReportDefects(telegram);
+    case Kind::Defects:
+        for (const auto &[image, intact] : reply.defects)
+            OnDefectValue(image, intact);
+        if (reply.askActualValueAgain)
+            QueueJob(CTlsOsi7Codec::kJobActualValue);
         break;
-    case kTypeLuminosity:
-        if (size > 9)
-            OnLuminosity(o[9] > kLuminosityDimmedMax);
+    case Kind::Luminosity:
+        OnLuminosity(reply.full);
         break;
-    case kTypeCurrents:
-        ReportCurrents(telegram);
+    case Kind::Currents:
+        for (const auto &[image, milliAmps] : reply.currents)
+            OnCurrentDrain(image, milliAmps);
         break;
-    default:
+    case Kind::Versions: {
+        const auto &v = reply.versions;
+        OnVersion(v[0], v[1], v[2], v[3], v[4], v[5]);
+        OnDevice(reply.product);
         break;
     }
-}
-
-void CStreloDevice::ReportDefects(const ByteVector &telegram)
-{
-    if (telegram.size() <= kOffsetParameters)
-        return;
-    const std::size_t count = telegram[kOffsetParameters];
-    if (telegram.size() < kOffsetParameters + 1 + count)
-        return;
-    for (int image : {kImageRed, kImageYellow, kImageGreen, kImageRedYellow})
-        OnDefectValue(image, true);
-    if (count == 0) {
-        // Nothing defective: the actual value is asked for once more.
-        QueueJob(kJobActualValue);
-        return;
+    case Kind::Uid:
+        OnUID(reply.uid);
+        break;
+    case Kind::None:
+        break;
     }
-    for (std::size_t i = 0; i < count; ++i)
-        OnDefectValue(telegram[kOffsetParameters + 1 + i], false);
-}
-
-void CStreloDevice::ReportCurrents(const ByteVector &telegram)
-{
-    if (telegram.size() <= 14)
-        return;
-    // Little-endian values in tenths of a milliampere: red, yellow, green.
-    const int images[] = {kImageRed, kImageYellow, kImageGreen};
-    for (std::size_t i = 0; i < 3; ++i) {
-        const std::size_t low = kOffsetParameters + 2 * i;
-        OnCurrentDrain(images[i], (telegram[low + 1] * 256 + telegram[low]) / 10.0);
-    }
-}
-
-void CStreloDevice::DispatchSystemReply(const ByteVector &telegram)
-{
-    // The system end point answers from any DE.
-    if (telegram[kOffsetType] == kTypeVersions)
-        ReportVersions(telegram);
-    else if (telegram[kOffsetType] == kTypeUid)
-        ReportUid(telegram);
-}
-
-void CStreloDevice::ReportVersions(const ByteVector &telegram)
-{
-    if (telegram.size() <= 14)
-        return;
-    const std::uint8_t *o = telegram.data();
-    OnVersion(o[9], o[10], o[11], o[12], o[13], o[14]);
-    OnDevice(CStreloProductTable::FindByHardwareMajor(o[9]));
-}
-
-void CStreloDevice::ReportUid(const ByteVector &telegram)
-{
-    // The block length counts the DE and type octets, which are not part of the UID.
-    const std::size_t blockLength = telegram[kOffsetBlockLength];
-    const std::size_t count = blockLength > 2 ? blockLength - 2 : 0;
-    if (telegram.size() < kOffsetParameters + count)
-        return;
-    std::string uid;
-    char digits[3];
-    for (std::size_t i = 0; i < count; ++i) {
-        std::snprintf(digits, sizeof digits, "%02X", telegram[kOffsetParameters + i]);
-        uid += digits;
-    }
-    // A twelve-octet UID is shown as three groups of eight digits.
-    if (blockLength == kGroupedUidBlockLength) {
-        uid.insert(16, " - ");
-        uid.insert(8, " - ");
-    }
-    OnUID(uid);
 }
 
 // ---- trace -------------------------------------------------------------------------------------
 
 void CStreloDevice::TraceUserData(int direction, const ByteVector &telegram)
 {
-    const ByteVector block = telegram.size() > kOffsetBlockLength
-        ? ByteVector(telegram.begin() + kOffsetBlockLength, telegram.end())
-        : ByteVector();
-    TraceOsi7(kTraceLevelOsi7, direction, OctetOrZero(telegram, kOffsetLength),
-              FunctionGroupName(OctetOrZero(telegram, kOffsetGroup)),
-              ApplicationIdName(OctetOrZero(telegram, kOffsetApplicationId)), OctetOrZero(telegram, kOffsetJobNumber),
-              OctetOrZero(telegram, kOffsetBlockCount), block);
-}
-
-std::string CStreloDevice::FunctionGroupName(int functionGroup)
-{
-    switch (functionGroup) {
-    case 1: return "Traffic";
-    case 4: return "Signal";
-    case 254: return "System";
-    default: return "unknown (" + std::to_string(functionGroup) + ")";
-    }
-}
-
-std::string CStreloDevice::ApplicationIdName(int applicationId)
-{
-    switch (applicationId) {
-    case 2: return "Status info";
-    case 3: return "Parameter assignment";
-    case 5: return "Command";
-    case 17: return "Error message request";
-    case 18: return "Status info request";
-    case 19: return "Parameter request";
-    case 20: return "Result message request";
-    case 21: return "Command status request";
-    case 129: return "Error message";
-    case 130: return "Status info";
-    case 131: return "Parameter message";
-    case 132: return "Result message";
-    case 133: return "Command reply";
-    case 161: return "Error message from buffer";
-    case 162: return "Status info from buffer";
-    case 164: return "Result message from buffer";
-    case 165: return "Command repy from buffer";
-    default: return "unknown (" + std::to_string(applicationId) + ")";
-    }
+    const CTlsOsi7Codec::TraceRecord record = CTlsOsi7Codec::Describe(telegram);
+    TraceOsi7(kTraceLevelOsi7, direction, record.length, record.functionGroup, record.applicationId,
+              record.jobNumber, record.blockCount, record.block);
 }

@@ -3,6 +3,7 @@
 #include "CStreloComMonitorTimer.h"
 #include "CStreloPollTimer.h"
 #include "CTlsOsi2.h"
+#include "CTlsOsi7Codec.h"
 #include "StreloProduct.h"
 
 #include <atomic>
@@ -18,8 +19,8 @@
 // One Strelo head seen from the master: the primary station of the link (status request, reset,
 // polling with an alternating frame count bit, five transmissions per request, the endless
 // recovery cycle of a silent station, confirmed and broadcast user data) and the TLS application
-// layer on top of it (the jobs and commands the master sends, the replies it understands, the
-// identification of the head).
+// layer on top of it: when jobs and commands go out and where the replies are reported. What the
+// telegrams hold and what a reply says is the business of CTlsOsi7Codec.
 //
 // Threads: the link callbacks run on the serial reader thread, the two timer expiries on the
 // timers' own threads, Connect, Disconnect and the commands on the caller's thread. Each step
@@ -58,23 +59,6 @@ public:
     static constexpr int kFunctionUserDataNoReply = 4;
     static constexpr int kFunctionStatusOfLink = 11;
 
-    // Function groups, OSI 7 end points and image codes.
-    static constexpr std::uint8_t kGroupSignal = 4;
-    static constexpr std::uint8_t kGroupSystem = 254;
-    static constexpr std::uint8_t kSystemEndPoint = 255;
-    static constexpr int kImageRed = 107;
-    static constexpr int kImageYellow = 108;
-    static constexpr int kImageGreen = 109;
-    static constexpr int kImageRedYellow = 110;
-    static constexpr int kImageYellowFlasher = 61;
-
-    // The start-up jobs, queued at every link-up.
-    static constexpr int kJobActualValue = 0;
-    static constexpr int kJobLuminosity = 1;
-    static constexpr int kJobDefects = 2;
-    static constexpr int kJobVersions = 3;
-    static constexpr int kJobUid = 4;
-
     CStreloDevice();
     ~CStreloDevice() override;
 
@@ -98,13 +82,11 @@ public:
 
     // Queues a start-up job (0..4); the queue is drained one job per poll cycle.
     void QueueJob(int jobCode);
-    // The setpoint value of a flashing image for a flasher cycle period.
-    static int FlashingValue(int cyclePeriodMs);
+    // The start-up sequence of every link-up: the OSI 7 address assignment when
+    // `assignOsi7Address` (the setting "address/assign"), then jobs 0 to 4 in this order.
+    void QueueStartUpSequence(bool assignOsi7Address, int osi7Address);
     // Reads a reply of function group 4 or 254 and reports it through the hooks below.
     void DispatchReply(const ByteVector &telegram);
-
-    static std::string FunctionGroupName(int functionGroup);
-    static std::string ApplicationIdName(int applicationId);
 
 #ifdef LICHTWART_TEST_SEAMS
     // Built into tests only: runs on the commanding thread after a command has been placed and
@@ -170,19 +152,10 @@ private:
     bool TakeJob();
     void ClearJobs();
 
-    bool SubmitCommand(std::uint8_t group, std::uint8_t applicationId, const ByteVector &block,
-                       bool broadcast = false);
+    bool SubmitCommand(const CTlsOsi7Codec::Command &command, bool broadcast = false);
     void KickResponseTimer();
-    void BuildTelegram(std::uint8_t group, std::uint8_t applicationId, const ByteVector &block);
-    void BuildJob(int jobCode);
+    void BuildTelegram(const CTlsOsi7Codec::Command &command);
     void TraceUserData(int direction, const ByteVector &telegram);
-
-    void DispatchSignalReply(const ByteVector &telegram);
-    void DispatchSystemReply(const ByteVector &telegram);
-    void ReportDefects(const ByteVector &telegram);
-    void ReportCurrents(const ByteVector &telegram);
-    void ReportVersions(const ByteVector &telegram);
-    void ReportUid(const ByteVector &telegram);
     std::uint8_t DeviceEndPoint() const { return static_cast<std::uint8_t>(m_deviceAddress.load()); }
 
     // The procedure lock: held for each whole step of the link procedure.

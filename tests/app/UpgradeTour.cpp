@@ -7,8 +7,8 @@
 #include "Screenshot.h"
 #include "SimProcess.h"
 #include "app/MainWindow.h"
-#include "firmware/CFirmwareUpgrade.h"
-#include "firmware/FWUpgradeDialog.h"
+#include "firmware/ui/CFirmwareUpgrade.h"
+#include "firmware/ui/FWUpgradeDialog.h"
 #include "settings/LichtwartSettings.h"
 
 #include <QAction>

@@ -9,8 +9,8 @@
 #include "app/AboutDialog.h"
 #include "app/CCopy2ClipboardLabel.h"
 #include "app/OptionsDialog.h"
-#include "firmware/CFirmwareUpgrade.h"
-#include "firmware/FWUpgradeDialog.h"
+#include "firmware/ui/CFirmwareUpgrade.h"
+#include "firmware/ui/FWUpgradeDialog.h"
 #include "settings/LichtwartSettings.h"
 #include "tls/CStreloProductTable.h"
 

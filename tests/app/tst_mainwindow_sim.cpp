@@ -5,7 +5,7 @@
 #include "SimProcess.h"
 #include "controller/CTrafficLightController.h"
 #include "settings/LichtwartSettings.h"
-#include "trace/TraceTableExport.h"
+#include "trace/ui/TraceTableExport.h"
 
 #include <QAction>
 #include <QLCDNumber>

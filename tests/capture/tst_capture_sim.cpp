@@ -1,5 +1,6 @@
 #include "CaptureFile.h"
 #include "FirmwarePackageBuilder.h"
+#include "CliRun.h"
 #include "SimProcess.h"
 #include "tls/CTlsOsi2.h"
 
@@ -9,13 +10,6 @@
 #include <QTest>
 
 namespace {
-
-struct CliResult
-{
-    int exitCode = -1;
-    QString out;
-    QString err;
-};
 
 // The telegram an OSI 2 trace row describes (direction, time, frame type, two data octets, PRM,
 // FCB, FCV, ACD, DFC, function, address, checksum, data), built octet by octet; "" for a row that
@@ -95,18 +89,8 @@ void TestCaptureSim::init()
 
 CliResult TestCaptureSim::Run(const QStringList &arguments, int timeoutMs)
 {
-    QProcess process;
-    process.start(qEnvironmentVariable("LICHTWART_BIN_DIR") + QStringLiteral("/lichtwart-cli"), arguments);
-    CliResult result;
-    if (!process.waitForFinished(timeoutMs)) {
-        process.kill();
-        process.waitForFinished();
-        return result;
-    }
-    result.exitCode = process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
-    result.out = QString::fromUtf8(process.readAllStandardOutput());
-    result.err = QString::fromUtf8(process.readAllStandardError());
-    return result;
+    // The settings store is the one init() put into the environment.
+    return CliRun::Run(arguments, timeoutMs);
 }
 
 void TestCaptureSim::sessionDecodesAndEqualsTheTrace_data()

@@ -1,3 +1,4 @@
+#include "CliRun.h"
 #include "FirmwarePackageBuilder.h"
 #include "SimProcess.h"
 #include "firmware/CFirmwareFile.h"
@@ -17,13 +18,6 @@
 #include <sys/stat.h>
 
 namespace {
-
-struct CliResult
-{
-    int exitCode = -1;
-    QString out;
-    QString err;
-};
 
 } // namespace
 
@@ -90,21 +84,7 @@ QProcess *TestCli::Start(const QStringList &arguments)
 
 CliResult TestCli::Run(const QStringList &arguments, int timeoutMs)
 {
-    QProcess *process = Start(arguments);
-    CliResult result;
-    // The event loop runs meanwhile, so a simulator's log is read as it comes and never fills its
-    // pipe (a long upload logs more than a pipe holds).
-    process->waitForStarted();
-    if (!QTest::qWaitFor([process] { return process->state() == QProcess::NotRunning; }, timeoutMs)) {
-        process->kill();
-        process->waitForFinished();
-        return result;
-    }
-    result.exitCode = process->exitStatus() == QProcess::NormalExit ? process->exitCode() : -1;
-    result.out = QString::fromUtf8(process->readAllStandardOutput());
-    result.err = QString::fromUtf8(process->readAllStandardError());
-    delete process;
-    return result;
+    return CliRun::Run(arguments, timeoutMs, m_config->path());
 }
 
 void TestCli::usageErrors_data()

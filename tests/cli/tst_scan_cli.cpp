@@ -1,5 +1,6 @@
 // lichtwart-cli scan run as a program against strelo-sim listening at a rate and an address
 // other than the stored ones.
+#include "CliRun.h"
 #include "SimProcess.h"
 
 #include <QProcess>
@@ -7,13 +8,6 @@
 #include <QTest>
 
 namespace {
-
-struct CliResult
-{
-    int exitCode = -1;
-    QString out;
-    QString err;
-};
 
 const QStringList kHead {"--baud", "19200", "--osi2", "7", "--osi7", "5"};
 
@@ -45,21 +39,7 @@ void TestScanCli::init()
 
 CliResult TestScanCli::Run(const QStringList &arguments)
 {
-    QProcess process;
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert(QStringLiteral("XDG_CONFIG_HOME"), m_config->path());
-    process.setProcessEnvironment(environment);
-    process.start(qEnvironmentVariable("LICHTWART_BIN_DIR") + QStringLiteral("/lichtwart-cli"), arguments);
-    CliResult result;
-    if (!process.waitForFinished(120000)) {
-        process.kill();
-        process.waitForFinished();
-        return result;
-    }
-    result.exitCode = process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
-    result.out = QString::fromUtf8(process.readAllStandardOutput());
-    result.err = QString::fromUtf8(process.readAllStandardError());
-    return result;
+    return CliRun::Run(arguments, 120000, m_config->path());
 }
 
 void TestScanCli::findsTheHeadWithItsIdentity()

@@ -5,7 +5,7 @@
 #include "PtyPair.h"
 #include "ScriptedPeer.h"
 #include "SettingsSandbox.h"
-#include "app/CKeyModPushButton.h"
+#include "widgets/CKeyModPushButton.h"
 #include "settings/LichtwartSettings.h"
 #include "tls/CStreloProductTable.h"
 
@@ -194,10 +194,12 @@ private slots:
 
     void signalsAndSlotsKeepTheirSignaturesAndOrder()
     {
+        // Every signal and slot the controller has beyond QObject's, whichever of its classes
+        // declares it (the signals come from the device's hook adapter).
         const QMetaObject &meta = CTrafficLightController::staticMetaObject;
         QStringList signalList;
         QStringList slotList;
-        for (int i = meta.methodOffset(); i < meta.methodCount(); ++i) {
+        for (int i = QObject::staticMetaObject.methodCount(); i < meta.methodCount(); ++i) {
             const QMetaMethod method = meta.method(i);
             if (method.methodType() == QMetaMethod::Signal)
                 signalList << QString::fromLatin1(method.methodSignature());

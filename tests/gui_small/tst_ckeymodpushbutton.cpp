@@ -1,4 +1,4 @@
-#include "app/CKeyModPushButton.h"
+#include "widgets/CKeyModPushButton.h"
 
 #include <QSignalSpy>
 #include <QtTest>

@@ -1,5 +1,6 @@
 #include "SettingsSandbox.h"
-#include "app/CWarningAbortDialog.h"
+#include "WarningDialogChecks.h"
+#include "widgets/CWarningAbortDialog.h"
 #include "settings/LichtwartSettings.h"
 
 #include <QCheckBox>
@@ -9,19 +10,13 @@
 #include <QTimer>
 #include <QtTest>
 
+using WarningDialogChecks::Child;
+
 class TestCWarningAbortDialog : public QObject
 {
     Q_OBJECT
 
 private:
-    template <class T> static T *Child(const QWidget &dialog, const char *name)
-    {
-        T *child = dialog.findChild<T *>(name);
-        if (!child)
-            qFatal("the warning dialog has no %s", name);
-        return child;
-    }
-
     // Shows the dialog, gives the named widget the focus and presses Enter (or Return) on it.
     static int PressOn(const char *focusName, Qt::Key key)
     {
@@ -45,19 +40,13 @@ private slots:
     {
         CWarningAbortDialog dialog;
         QCOMPARE(dialog.objectName(), QStringLiteral("WarnAbortDialog"));
-        QCOMPARE(dialog.windowTitle(), QStringLiteral("Warning"));
-        QVERIFY(dialog.isModal());
-        QCOMPARE(Child<QLabel>(dialog, "lblWarnIcon")->pixmap().toImage(), QPixmap(":/32x32/dlg-warning").toImage());
-        QVERIFY(Child<QLabel>(dialog, "lblWarnText")->text().isEmpty());
-        QVERIFY(Child<QLabel>(dialog, "lblWarnText")->wordWrap());
-        QCOMPARE(Child<QCheckBox>(dialog, "checkBoxHide")->text(), QStringLiteral("Don't show this message in future"));
+        WarningDialogChecks::CommonForm(dialog);
         const QPushButton *proceed = Child<QPushButton>(dialog, "btContinue");
         const QPushButton *abort = Child<QPushButton>(dialog, "pbAbort");
         QCOMPARE(proceed->text(), QStringLiteral("Continue"));
         QCOMPARE(abort->text(), QStringLiteral("Abort"));
         QVERIFY(abort->isDefault());
         QVERIFY(!proceed->isDefault());
-        QCOMPARE(dialog.layout()->sizeConstraint(), QLayout::SetFixedSize);
     }
 
     void enterAborts_data()
@@ -96,14 +85,13 @@ private slots:
     void setTextShowsTheMessageAndFitsTheDialog()
     {
         CWarningAbortDialog dialog;
-        dialog.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&dialog));
-        const int emptyHeight = dialog.height();
-        const QString text = QStringLiteral("The device will be erased and programmed now. ").repeated(6);
-        dialog.SetText(text);
-        QCOMPARE(Child<QLabel>(dialog, "lblWarnText")->text(), text);
-        QVERIFY2(dialog.height() > emptyHeight, "the dialog did not grow with its text");
-        QCOMPARE(dialog.minimumSize(), dialog.maximumSize());
+        WarningDialogChecks::SetTextShowsTheMessageAndFitsTheDialog(dialog);
+    }
+
+    void showAgainFollowsTheCheckBox()
+    {
+        CWarningAbortDialog dialog;
+        WarningDialogChecks::ShowAgainFollowsTheCheckBox(dialog);
     }
 
     void tickedBoxStoresFalseUnderTheKey()

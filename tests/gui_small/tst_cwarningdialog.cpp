@@ -1,5 +1,6 @@
 #include "SettingsSandbox.h"
-#include "app/CWarningDialog.h"
+#include "WarningDialogChecks.h"
+#include "widgets/CWarningDialog.h"
 #include "settings/LichtwartSettings.h"
 
 #include <QCheckBox>
@@ -11,19 +12,13 @@
 
 #include <functional>
 
+using WarningDialogChecks::Child;
+
 class TestCWarningDialog : public QObject
 {
     Q_OBJECT
 
 private:
-    template <class T> static T *Child(const QWidget &dialog, const char *name)
-    {
-        T *child = dialog.findChild<T *>(name);
-        if (!child)
-            qFatal("the warning dialog has no %s", name);
-        return child;
-    }
-
     // Runs the dialog modally while the user ticks the box and closes it with the given action.
     static int RunTicked(CWarningDialog &dialog, const std::function<void()> &close)
     {
@@ -43,45 +38,22 @@ private slots:
     {
         CWarningDialog dialog;
         QCOMPARE(dialog.objectName(), QStringLiteral("WarnDialog"));
-        QCOMPARE(dialog.windowTitle(), QStringLiteral("Warning"));
-        QVERIFY(dialog.isModal());
-        QCOMPARE(Child<QLabel>(dialog, "lblWarnIcon")->pixmap().toImage(), QPixmap(":/32x32/dlg-warning").toImage());
-        const QLabel *text = Child<QLabel>(dialog, "lblWarnText");
-        QVERIFY(text->text().isEmpty());
-        QVERIFY(text->wordWrap());
-        const QCheckBox *hide = Child<QCheckBox>(dialog, "checkBoxHide");
-        QCOMPARE(hide->text(), QStringLiteral("Don't show this message in future"));
-        QVERIFY(!hide->isChecked());
+        WarningDialogChecks::CommonForm(dialog);
         const QPushButton *ok = Child<QPushButton>(dialog, "btOk");
         QCOMPARE(ok->text(), QStringLiteral("OK"));
         QVERIFY(ok->isDefault());
-        QCOMPARE(dialog.layout()->sizeConstraint(), QLayout::SetFixedSize);
     }
 
     void setTextShowsTheMessageAndFitsTheDialog()
     {
         CWarningDialog dialog;
-        dialog.SetText(QStringLiteral("Short."));
-        dialog.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&dialog));
-        const QSize shortSize = dialog.size();
-        QCOMPARE(dialog.minimumSize(), dialog.maximumSize());
-
-        const QString longText = QStringLiteral("The firmware will be uploaded at a high baud rate. ").repeated(8);
-        dialog.SetText(longText);
-        QCOMPARE(Child<QLabel>(dialog, "lblWarnText")->text(), longText);
-        QVERIFY2(dialog.height() > shortSize.height(), "the dialog did not grow with its text");
-        QCOMPARE(dialog.minimumSize(), dialog.maximumSize());
+        WarningDialogChecks::SetTextShowsTheMessageAndFitsTheDialog(dialog);
     }
 
     void showAgainFollowsTheCheckBox()
     {
         CWarningDialog dialog;
-        QVERIFY(dialog.ShowAgain());
-        Child<QCheckBox>(dialog, "checkBoxHide")->setChecked(true);
-        QVERIFY(!dialog.ShowAgain());
-        Child<QCheckBox>(dialog, "checkBoxHide")->setChecked(false);
-        QVERIFY(dialog.ShowAgain());
+        WarningDialogChecks::ShowAgainFollowsTheCheckBox(dialog);
     }
 
     void enterAccepts()

@@ -33,13 +33,13 @@ using Command = std::function<bool(CStreloDevice &)>;
 const std::vector<Command> &Commands()
 {
     static const std::vector<Command> commands = {
-        [](CStreloDevice &d) { return d.SetSetpoint(CStreloDevice::kImageRed, 1); },
-        [](CStreloDevice &d) { return d.SetSetpoint(CStreloDevice::kImageGreen, 1); },
-        [](CStreloDevice &d) { return d.SetSetpoint(CStreloDevice::kImageYellow, CStreloDevice::FlashingValue(1000)); },
-        [](CStreloDevice &d) { return d.SetSetpoint(CStreloDevice::kImageYellow, 1); },
-        [](CStreloDevice &d) { return d.SetSetpoint(CStreloDevice::kImageYellowFlasher, CStreloDevice::FlashingValue(1000)); },
-        [](CStreloDevice &d) { return d.SetSetpoint(CStreloDevice::kImageRedYellow, 1); },
-        [](CStreloDevice &d) { return d.SetSetpoint(CStreloDevice::kImageRed, 0); },
+        [](CStreloDevice &d) { return d.SetSetpoint(CTlsOsi7Codec::kImageRed, 1); },
+        [](CStreloDevice &d) { return d.SetSetpoint(CTlsOsi7Codec::kImageGreen, 1); },
+        [](CStreloDevice &d) { return d.SetSetpoint(CTlsOsi7Codec::kImageYellow, CTlsOsi7Codec::FlashingValue(1000)); },
+        [](CStreloDevice &d) { return d.SetSetpoint(CTlsOsi7Codec::kImageYellow, 1); },
+        [](CStreloDevice &d) { return d.SetSetpoint(CTlsOsi7Codec::kImageYellowFlasher, CTlsOsi7Codec::FlashingValue(1000)); },
+        [](CStreloDevice &d) { return d.SetSetpoint(CTlsOsi7Codec::kImageRedYellow, 1); },
+        [](CStreloDevice &d) { return d.SetSetpoint(CTlsOsi7Codec::kImageRed, 0); },
         [](CStreloDevice &d) { return d.SetIntensity(true); },
         [](CStreloDevice &d) { return d.SetIntensity(false); },
         [](CStreloDevice &d) { return d.RefreshCurrentMeters(); },
@@ -95,8 +95,7 @@ protected:
             std::lock_guard lock(m_mutex);
             m_wasUp = true;
         }
-        for (int job = kJobActualValue; job <= kJobUid; ++job)
-            QueueJob(job);
+        QueueStartUpSequence(false, 0);
     }
     void TraceBytes(int level, int direction, const ByteVector &data) override
     {

@@ -3,6 +3,60 @@
 RecordingDevice::RecordingDevice()
 {
     m_clock.start();
+    RecordLinkChanges();
+    RecordReports();
+}
+
+// Direct connections: each record is made on the reader or timer thread that emits, at once.
+void RecordingDevice::RecordLinkChanges()
+{
+    connect(this, &RecordingDevice::ConnectionChanged, this, [this](bool up) {
+        Add(QStringLiteral("link %1").arg(up ? 1 : 0));
+        std::function<void()> action;
+        {
+            std::lock_guard lock(m_mutex);
+            action = m_onLinkUp;
+        }
+        if (up && action)
+            action();
+    }, Qt::DirectConnection);
+}
+
+void RecordingDevice::RecordReports()
+{
+    connect(this, &RecordingDevice::ActualValueChanged, this, [this](int image, bool on, bool blink) {
+        Add(QStringLiteral("actual %1 %2 %3").arg(image).arg(int(on)).arg(int(blink)));
+    }, Qt::DirectConnection);
+    connect(this, &RecordingDevice::DefectValueChanged, this, [this](int image, bool ok) {
+        Add(QStringLiteral("defect %1 %2").arg(image).arg(int(ok)));
+    }, Qt::DirectConnection);
+    connect(this, &RecordingDevice::LuminosityChanged, this, [this](bool full) {
+        Add(full ? QStringLiteral("luminosity full") : QStringLiteral("luminosity dim"));
+    }, Qt::DirectConnection);
+    connect(this, &RecordingDevice::CurrentDraineChanged, this, [this](int image, double milliAmps) {
+        Add(QStringLiteral("current %1 %2").arg(image).arg(milliAmps, 0, 'f', 1));
+    }, Qt::DirectConnection);
+    connect(this, &RecordingDevice::VersionChanged, this, [this](int hw1, int hw2, int hw3, int sw1, int sw2, int sw3) {
+        Add(QStringLiteral("version %1 %2 %3 %4 %5 %6").arg(hw1).arg(hw2).arg(hw3).arg(sw1).arg(sw2).arg(sw3));
+    }, Qt::DirectConnection);
+    connect(this, &RecordingDevice::DeviceChanged, this, [this](const STRELO_PRODUCT *product) {
+        Add(QStringLiteral("device %1").arg(product ? product->id : QStringLiteral("null")));
+    }, Qt::DirectConnection);
+    connect(this, &RecordingDevice::UIDChanged, this, [this](const QString &uid) {
+        Add(QStringLiteral("uid %1").arg(uid));
+    }, Qt::DirectConnection);
+    connect(this, &RecordingDevice::TraceOSI7, this,
+            [this](bool inbound, int length, const QString &fg, const QString &appId, int jobNumber, int blockCount,
+                   const QString &data) {
+        Add(QStringLiteral("osi7 %1 %2 %3|%4|%5|%6|%7|%8")
+                .arg(kTraceLevelOsi7)
+                .arg(inbound ? kDirectionReceived : kDirectionSent)
+                .arg(length)
+                .arg(fg, appId)
+                .arg(jobNumber)
+                .arg(blockCount)
+                .arg(data));
+    }, Qt::DirectConnection);
 }
 
 RecordingDevice::~RecordingDevice()
@@ -64,71 +118,6 @@ void RecordingDevice::Add(const QString &event)
         m_events.append(event);
     }
     m_changed.notify_all();
-}
-
-void RecordingDevice::LinkChanged(bool up)
-{
-    Add(QStringLiteral("link %1").arg(up ? 1 : 0));
-    std::function<void()> action;
-    {
-        std::lock_guard lock(m_mutex);
-        action = m_onLinkUp;
-    }
-    if (up && action)
-        action();
-}
-
-void RecordingDevice::OnUserData(const ByteVector &telegram)
-{
-    DispatchReply(telegram);
-}
-
-void RecordingDevice::OnActualValue(int image, bool on, bool blink)
-{
-    Add(QStringLiteral("actual %1 %2 %3").arg(image).arg(int(on)).arg(int(blink)));
-}
-
-void RecordingDevice::OnDefectValue(int image, bool ok)
-{
-    Add(QStringLiteral("defect %1 %2").arg(image).arg(int(ok)));
-}
-
-void RecordingDevice::OnLuminosity(bool full)
-{
-    Add(full ? QStringLiteral("luminosity full") : QStringLiteral("luminosity dim"));
-}
-
-void RecordingDevice::OnCurrentDrain(int image, double milliAmps)
-{
-    Add(QStringLiteral("current %1 %2").arg(image).arg(milliAmps, 0, 'f', 1));
-}
-
-void RecordingDevice::OnVersion(int hwMajor, int hwMinor, int hwRevision, int swMajor, int swMinor, int swRelease)
-{
-    Add(QStringLiteral("version %1 %2 %3 %4 %5 %6").arg(hwMajor).arg(hwMinor).arg(hwRevision).arg(swMajor).arg(swMinor).arg(swRelease));
-}
-
-void RecordingDevice::OnDevice(const STRELO_PRODUCT *product)
-{
-    Add(QStringLiteral("device %1").arg(product ? product->id : QStringLiteral("null")));
-}
-
-void RecordingDevice::OnUID(const std::string &uid)
-{
-    Add(QStringLiteral("uid %1").arg(QString::fromStdString(uid)));
-}
-
-void RecordingDevice::TraceOsi7(int level, int direction, int length, const std::string &fgName,
-                                const std::string &appIdName, int jobNumber, int blockCount, const ByteVector &block)
-{
-    Add(QStringLiteral("osi7 %1 %2 %3|%4|%5|%6|%7|%8")
-            .arg(level)
-            .arg(direction)
-            .arg(length)
-            .arg(QString::fromStdString(fgName), QString::fromStdString(appIdName))
-            .arg(jobNumber)
-            .arg(blockCount)
-            .arg(HexText(block)));
 }
 
 QString HexText(const ByteVector &octets)

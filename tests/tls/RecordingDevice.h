@@ -1,6 +1,6 @@
 #pragma once
 
-#include "tls/CStreloDevice.h"
+#include "tls/CStreloDeviceSignals.h"
 
 #include <QElapsedTimer>
 #include <QStringList>
@@ -14,8 +14,8 @@
 // "defect 108 0", "current 107 100.0", "version 3 1 2 4 5 6", "device strelo-003",
 // "device null", "uid 0102030A0B0C", "osi7 13 1 7|Signal|Command status request|1|1|02 07 37"
 // (level, direction, length|group|application id|job number|block count|block).
-// Received user data is dispatched like the controller does it.
-class RecordingDevice : public CStreloDevice
+// The records are taken from the signals of CStreloDeviceSignals, on the thread that emits them.
+class RecordingDevice : public CStreloDeviceSignals
 {
 public:
     RecordingDevice();
@@ -35,20 +35,9 @@ public:
     using CStreloDevice::OnLongTelegram;
     using CStreloDevice::OnShortTelegram;
 
-protected:
-    void LinkChanged(bool up) override;
-    void OnUserData(const ByteVector &telegram) override;
-    void OnActualValue(int image, bool on, bool blink) override;
-    void OnDefectValue(int image, bool ok) override;
-    void OnLuminosity(bool full) override;
-    void OnCurrentDrain(int image, double milliAmps) override;
-    void OnVersion(int hwMajor, int hwMinor, int hwRevision, int swMajor, int swMinor, int swRelease) override;
-    void OnDevice(const STRELO_PRODUCT *product) override;
-    void OnUID(const std::string &uid) override;
-    void TraceOsi7(int level, int direction, int length, const std::string &fgName, const std::string &appIdName,
-                   int jobNumber, int blockCount, const ByteVector &block) override;
-
 private:
+    void RecordReports();
+    void RecordLinkChanges();
     void Add(const QString &event);
 
     mutable std::mutex m_mutex;

@@ -17,9 +17,7 @@ bool SimLink::Start(const QStringList &options, int osi2Address, int osi7Address
         return false;
     RecordingDevice &device = *m_device;
     device.SetOnLinkUp([&device, osi7Address] {
-        device.AssignOSI7Address(osi7Address);
-        for (int job = CStreloDevice::kJobActualValue; job <= CStreloDevice::kJobUid; ++job)
-            device.QueueJob(job);
+        device.QueueStartUpSequence(true, osi7Address);
     });
     device.Connect(osi2Address, osi7Address);
     return true;

@@ -3,9 +3,7 @@
 // interleaving the commanding thread and the reader thread produce when a command is placed while
 // an answer is being handled. The kick must then do nothing: no short telegram with the
 // broadcast's control octet, no repetition of user data that has only just left.
-#include "PtyPair.h"
-#include "RecordingDevice.h"
-#include "ScriptedPeer.h"
+#include "ScriptedLine.h"
 
 #include <QTest>
 
@@ -14,9 +12,8 @@
 
 namespace {
 
-constexpr int kOsi2Address = 5;
-constexpr int kOsi7Address = 7;
-constexpr int kWaitMs = 5000;
+constexpr int kOsi2Address = ScriptedLine::kOsi2Address;
+constexpr int kWaitMs = ScriptedLine::kWaitMs;
 
 bool IsPoll(const PeerFrame &frame)
 {
@@ -74,24 +71,9 @@ private:
     std::atomic<bool> m_holding {false};
 };
 
-// The device goes first, then the far station, then the pty (see tst_strelolink).
-struct Line
+// The scripted line with the kick of a command held (see CStreloDevice::s_beforeKick).
+struct Line : ScriptedLine
 {
-    std::unique_ptr<PtyPair> ptyOwner = std::make_unique<PtyPair>();
-    std::unique_ptr<ScriptedPeer> peerOwner = std::make_unique<ScriptedPeer>(*ptyOwner);
-    std::unique_ptr<RecordingDevice> deviceOwner = std::make_unique<RecordingDevice>();
-    PtyPair &pty = *ptyOwner;
-    ScriptedPeer &peer = *peerOwner;
-    RecordingDevice &device = *deviceOwner;
-
-    bool BringUp()
-    {
-        if (!pty.IsValid() || !device.OpenLink(pty.SlavePath().toStdString(), 10, false))
-            return false;
-        device.Connect(kOsi2Address, kOsi7Address);
-        return device.WaitForEvent(QStringLiteral("link 1"), 1, kWaitMs);
-    }
-
     // Holds the kick of the next command until the station has answered the held poll and the
     // telegram that answer lets out has reached the station; returns that telegram's index.
     void HoldKickUntilSent(std::atomic<int> &sentIndex)
@@ -156,7 +138,7 @@ void TestCommandRace::userDataSentBeforeItsKickIsNotRepeatedEarly()
     QVERIFY(station.HoldPoll());
     std::atomic<int> sent {-1};
     line.HoldKickUntilSent(sent);
-    QVERIFY(line.device.SetSetpoint(CStreloDevice::kImageGreen, 1));
+    QVERIFY(line.device.SetSetpoint(CTlsOsi7Codec::kImageGreen, 1));
     QVERIFY2(sent > 0, "the answer to the held poll let the user data out before the kick");
 
     // The station does not answer, so the user data is repeated: first when the response time-out
@@ -181,7 +163,7 @@ void TestCommandRace::commandRightAfterBroadcastGoesOutAtOnce()
     QVERIFY(broadcastIndex > 0);
     // Nothing answers a broadcast, so the kick cannot repeat it: its expiry lets the command out at
     // once, as the poll timer would have, with a fresh frame count bit.
-    QVERIFY(line.device.SetSetpoint(CStreloDevice::kImageRed, 1));
+    QVERIFY(line.device.SetSetpoint(CTlsOsi7Codec::kImageRed, 1));
     QVERIFY(line.peer.WaitForFrames(broadcastIndex + 2, kWaitMs));
     const QList<PeerFrame> frames = line.peer.Frames();
     const PeerFrame &broadcast = frames.at(broadcastIndex);
@@ -210,7 +192,7 @@ void TestCommandRace::kickAfterTheLinkWasLostDoesNothing()
         lostAtMs = line.peer.ElapsedMs();
         framesAtLoss = line.peer.FrameCount();
     };
-    QVERIFY(line.device.SetSetpoint(CStreloDevice::kImageRed, 1));
+    QVERIFY(line.device.SetSetpoint(CTlsOsi7Codec::kImageRed, 1));
     QVERIFY(linkLost);
 
     // The recovery cycle starts with the status request a poll interval after the loss; the late

@@ -1,8 +1,6 @@
 // The primary station's link procedure against a far station played by the test on a
 // pseudo-terminal: link-up, polling, repetitions, the recovery cycle, user data and broadcast.
-#include "PtyPair.h"
-#include "RecordingDevice.h"
-#include "ScriptedPeer.h"
+#include "ScriptedLine.h"
 
 #include <QTest>
 
@@ -10,31 +8,11 @@
 
 namespace {
 
-constexpr int kOsi2Address = 5;
-constexpr int kOsi7Address = 7;
-constexpr int kWaitMs = 5000;
+constexpr int kOsi2Address = ScriptedLine::kOsi2Address;
+constexpr int kOsi7Address = ScriptedLine::kOsi7Address;
+constexpr int kWaitMs = ScriptedLine::kWaitMs;
 
-// The device goes first, then the far station, then the pty. All three live on the heap: the
-// thread sanitizer forgets a mutex only when its memory is freed, and a stack slot reused by
-// the next test would look to it like one mutex locked in two orders.
-struct Line
-{
-    std::unique_ptr<PtyPair> ptyOwner = std::make_unique<PtyPair>();
-    std::unique_ptr<ScriptedPeer> peerOwner = std::make_unique<ScriptedPeer>(*ptyOwner);
-    std::unique_ptr<RecordingDevice> deviceOwner = std::make_unique<RecordingDevice>();
-    PtyPair &pty = *ptyOwner;
-    ScriptedPeer &peer = *peerOwner;
-    RecordingDevice &device = *deviceOwner;
-
-    bool Open() { return pty.IsValid() && device.OpenLink(pty.SlavePath().toStdString(), 10, false); }
-    bool BringUp()
-    {
-        if (!Open())
-            return false;
-        device.Connect(kOsi2Address, kOsi7Address);
-        return device.WaitForEvent(QStringLiteral("link 1"), 1, kWaitMs);
-    }
-};
+using Line = ScriptedLine;
 
 QByteArray Hex(const char *text)
 {
@@ -136,7 +114,7 @@ void TestStreloLink::repeatedUserDataKeepsItsFrameCountBitAndData()
         return ScriptedPeer::StandardAnswer(frame);
     });
     QVERIFY(line.BringUp());
-    QVERIFY(line.device.SetSetpoint(CStreloDevice::kImageRed, 1));
+    QVERIFY(line.device.SetSetpoint(CTlsOsi7Codec::kImageRed, 1));
     const int first = line.peer.WaitForFrame(0, IsLong, kWaitMs);
     QVERIFY(first > 0);
     const int second = line.peer.WaitForFrame(first + 1, IsLong, kWaitMs);
@@ -234,7 +212,7 @@ void TestStreloLink::commandGoesOutAfterTheNextAnswer()
     const QList<PeerFrame> before = line.peer.Frames();
     QCOMPARE(before.size(), 4);
     const qint64 issuedAt = line.peer.ElapsedMs();
-    QVERIFY(line.device.SetSetpoint(CStreloDevice::kImageGreen, 1));
+    QVERIFY(line.device.SetSetpoint(CTlsOsi7Codec::kImageGreen, 1));
     QVERIFY(line.peer.WaitForFrames(6, kWaitMs));
     const QList<PeerFrame> frames = line.peer.Frames();
     // The kick repeats the last poll unchanged; its answer lets the user data go out with a

@@ -3,6 +3,7 @@
 // by calling the link callbacks directly, and every telegram the device writes is captured.
 #include "RecordingDevice.h"
 #include "tls/CStreloProductTable.h"
+#include "tls/CStreloSetpoints.h"
 
 #include <QElapsedTimer>
 #include <QTest>
@@ -149,10 +150,10 @@ bool Issue(CStreloDevice &device, int command)
 {
     switch (command) {
     case SetpointRed: return device.SetSetpoint(107, 1);
-    case SetpointYellow1000: return device.SetSetpoint(108, CStreloDevice::FlashingValue(1000));
-    case SetpointYellow400: return device.SetSetpoint(108, CStreloDevice::FlashingValue(400));
+    case SetpointYellow1000: return device.SetSetpoint(108, CTlsOsi7Codec::FlashingValue(1000));
+    case SetpointYellow400: return device.SetSetpoint(108, CTlsOsi7Codec::FlashingValue(400));
     case SetpointYellowSteady: return device.SetSetpoint(108, 1);
-    case SetpointYellowFlasher: return device.SetSetpoint(61, CStreloDevice::FlashingValue(1000));
+    case SetpointYellowFlasher: return device.SetSetpoint(61, CTlsOsi7Codec::FlashingValue(1000));
     case SetpointGreen: return device.SetSetpoint(109, 1);
     case SetpointRedYellow: return device.SetSetpoint(110, 1);
     case SetpointOff: return device.SetSetpoint(107, 0);
@@ -197,6 +198,12 @@ private slots:
     void osi7TraceRecords();
     void functionGroupNames();
     void applicationIdNames();
+    void codecTelegramsWithoutALink();
+    void codecJobNumbers();
+    void codecActualValueEndPoint();
+    void setpointTable_data();
+    void setpointTable();
+    void setpointTableRefusesOtherNames();
 };
 
 void TestStreloOsi7::commandTelegrams_data()
@@ -438,7 +445,7 @@ void TestStreloOsi7::flashingValue()
 {
     QFETCH(int, period);
     QFETCH(int, value);
-    QCOMPARE(CStreloDevice::FlashingValue(period), value);
+    QCOMPARE(CTlsOsi7Codec::FlashingValue(period), value);
 }
 
 void TestStreloOsi7::replies_data()
@@ -545,12 +552,12 @@ void TestStreloOsi7::osi7TraceRecords()
 
 void TestStreloOsi7::functionGroupNames()
 {
-    QCOMPARE(QString::fromStdString(CStreloDevice::FunctionGroupName(1)), QStringLiteral("Traffic"));
-    QCOMPARE(QString::fromStdString(CStreloDevice::FunctionGroupName(4)), QStringLiteral("Signal"));
-    QCOMPARE(QString::fromStdString(CStreloDevice::FunctionGroupName(254)), QStringLiteral("System"));
-    QCOMPARE(QString::fromStdString(CStreloDevice::FunctionGroupName(0)), QStringLiteral("unknown (0)"));
-    QCOMPARE(QString::fromStdString(CStreloDevice::FunctionGroupName(7)), QStringLiteral("unknown (7)"));
-    QCOMPARE(QString::fromStdString(CStreloDevice::FunctionGroupName(255)), QStringLiteral("unknown (255)"));
+    QCOMPARE(QString::fromStdString(CTlsOsi7Codec::FunctionGroupName(1)), QStringLiteral("Traffic"));
+    QCOMPARE(QString::fromStdString(CTlsOsi7Codec::FunctionGroupName(4)), QStringLiteral("Signal"));
+    QCOMPARE(QString::fromStdString(CTlsOsi7Codec::FunctionGroupName(254)), QStringLiteral("System"));
+    QCOMPARE(QString::fromStdString(CTlsOsi7Codec::FunctionGroupName(0)), QStringLiteral("unknown (0)"));
+    QCOMPARE(QString::fromStdString(CTlsOsi7Codec::FunctionGroupName(7)), QStringLiteral("unknown (7)"));
+    QCOMPARE(QString::fromStdString(CTlsOsi7Codec::FunctionGroupName(255)), QStringLiteral("unknown (255)"));
 }
 
 void TestStreloOsi7::applicationIdNames()
@@ -580,7 +587,73 @@ void TestStreloOsi7::applicationIdNames()
         {255, "unknown (255)"},
     };
     for (const auto &[id, name] : names)
-        QCOMPARE(QString::fromStdString(CStreloDevice::ApplicationIdName(id)), name);
+        QCOMPARE(QString::fromStdString(CTlsOsi7Codec::ApplicationIdName(id)), name);
+}
+
+// The codec alone: the same octets as the device sends, for any job number, with no link at all.
+void TestStreloOsi7::codecTelegramsWithoutALink()
+{
+    QCOMPARE(HexText(CTlsOsi7Codec::Telegram(CTlsOsi7Codec::Setpoint(7, 108, CTlsOsi7Codec::FlashingValue(1000)), 200)),
+             QStringLiteral("00 0A 04 05 C8 01 05 07 37 01 6C 52"));
+    QCOMPARE(HexText(CTlsOsi7Codec::Telegram(CTlsOsi7Codec::Osi7AddressAssignment(3, 7), 1)),
+             QStringLiteral("00 0B FE 03 01 01 06 03 21 01 01 04 07"));
+    QCOMPARE(HexText(CTlsOsi7Codec::Telegram(*CTlsOsi7Codec::Job(CTlsOsi7Codec::kJobUid, 7), 9)),
+             QStringLiteral("00 07 FE 13 09 01 02 FF 87"));
+    QVERIFY(!CTlsOsi7Codec::Job(5, 7));
+    QVERIFY(!CTlsOsi7Codec::Job(-1, 7));
+    QVERIFY(!CTlsOsi7Codec::FlasherSynchronisation(false, 7, 256, 0));
+    QVERIFY(!CTlsOsi7Codec::FlasherSynchronisation(false, 7, 0, 256));
+    QCOMPARE(HexText(CTlsOsi7Codec::FlasherSynchronisation(true, 7, 255, 255)->block), QStringLiteral("FF 83 FF FF"));
+}
+
+void TestStreloOsi7::codecJobNumbers()
+{
+    QCOMPARE(CTlsOsi7Codec::NextJobNumber(0), 1);
+    QCOMPARE(CTlsOsi7Codec::NextJobNumber(254), 255);
+    QCOMPARE(CTlsOsi7Codec::NextJobNumber(255), 1);
+}
+
+// The head search learns the head's own OSI 7 address from the DE of its actual value.
+void TestStreloOsi7::codecActualValueEndPoint()
+{
+    QCOMPARE(CTlsOsi7Codec::ActualValueEndPoint(Reply("000a04850101052a37006b01")), std::optional<int>(0x2a));
+    QCOMPARE(CTlsOsi7Codec::ActualValueEndPoint(Reply("000a0485010105073100")), std::optional<int>());
+    QCOMPARE(CTlsOsi7Codec::ActualValueEndPoint(Reply("000afe85010105073700")), std::optional<int>());
+    QCOMPARE(CTlsOsi7Codec::ActualValueEndPoint(Reply("000a048501010507")), std::optional<int>());
+}
+
+void TestStreloOsi7::setpointTable_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<int>("image");
+    QTest::addColumn<int>("value");
+    // With a flasher cycle period of 400 ms the flashing value is 0x22.
+    QTest::newRow("red") << "red" << 107 << 1;
+    QTest::newRow("green") << "green" << 109 << 1;
+    QTest::newRow("yellow") << "yellow" << 108 << 0x22;
+    QTest::newRow("yellow-steady") << "yellow-steady" << 108 << 1;
+    QTest::newRow("yellow-flasher") << "yellow-flasher" << 61 << 0x22;
+    QTest::newRow("red-yellow") << "red-yellow" << 110 << 1;
+    QTest::newRow("off") << "off" << 107 << 0;
+}
+
+void TestStreloOsi7::setpointTable()
+{
+    QFETCH(QString, name);
+    QFETCH(int, image);
+    QFETCH(int, value);
+    const auto lamp = CStreloSetpoints::FromName(name.toStdString());
+    QVERIFY(lamp);
+    QCOMPARE(CStreloSetpoints::For(*lamp, 400).image, image);
+    QCOMPARE(CStreloSetpoints::For(*lamp, 400).value, value);
+}
+
+void TestStreloOsi7::setpointTableRefusesOtherNames()
+{
+    QVERIFY(!CStreloSetpoints::FromName("blue"));
+    QVERIFY(!CStreloSetpoints::FromName("Red"));
+    QVERIFY(!CStreloSetpoints::FromName(""));
+    QCOMPARE(CStreloSetpoints::Names().size(), std::size_t(7));
 }
 
 QTEST_GUILESS_MAIN(TestStreloOsi7)

@@ -85,11 +85,11 @@ void TestStreloSim::setpointsComeBackAsActualValues()
     QVERIFY(link.Start({}, 1, 1));
     RecordingDevice &device = link.Device();
     QVERIFY(device.WaitForEvent("uid", 1, kWaitMs));
-    QVERIFY(Issue([&] { return device.SetSetpoint(CStreloDevice::kImageGreen, 1); }));
+    QVERIFY(Issue([&] { return device.SetSetpoint(CTlsOsi7Codec::kImageGreen, 1); }));
     QVERIFY(device.WaitForEvent("actual 109 1 0", 1, kWaitMs));
-    QVERIFY(Issue([&] { return device.SetSetpoint(CStreloDevice::kImageYellow, CStreloDevice::FlashingValue(1000)); }));
+    QVERIFY(Issue([&] { return device.SetSetpoint(CTlsOsi7Codec::kImageYellow, CTlsOsi7Codec::FlashingValue(1000)); }));
     QVERIFY(device.WaitForEvent("actual 108 1 1", 1, kWaitMs));
-    QVERIFY(Issue([&] { return device.SetSetpoint(CStreloDevice::kImageRed, 0); }));
+    QVERIFY(Issue([&] { return device.SetSetpoint(CTlsOsi7Codec::kImageRed, 0); }));
     QVERIFY(device.WaitForEvent("actual 107 0 0", 2, kWaitMs));
     QVERIFY(Issue([&] { return device.SetIntensity(false); }));
     QVERIFY(Issue([&] { return device.RefreshCurrentMeters(); }));
@@ -107,7 +107,7 @@ void TestStreloSim::defectsAndCurrents()
              (QStringList {"defect 107 1", "defect 108 1", "defect 109 1", "defect 110 1", "defect 108 0",
                            "defect 110 0"}));
     QVERIFY(device.WaitForEvent("uid", 1, kWaitMs));
-    QVERIFY(Issue([&] { return device.SetSetpoint(CStreloDevice::kImageRed, 1); }));
+    QVERIFY(Issue([&] { return device.SetSetpoint(CTlsOsi7Codec::kImageRed, 1); }));
     QVERIFY(device.WaitForEvent("actual 107 1 0", 1, kWaitMs));
     QVERIFY(Issue([&] { return device.RefreshCurrentMeters(); }));
     QVERIFY(device.WaitForEvent("current", 3, kWaitMs));

@@ -1,4 +1,4 @@
-#include "trace/CMultiColumnListModel.h"
+#include "trace/ui/CMultiColumnListModel.h"
 
 #include <QAbstractItemModelTester>
 #include <QImage>

@@ -6,15 +6,15 @@
 #include "UiFormTexts.h"
 #include "app/AboutDialog.h"
 #include "app/CTranslation.h"
-#include "app/CWarningAbortDialog.h"
-#include "app/CWarningDialog.h"
+#include "widgets/CWarningAbortDialog.h"
+#include "widgets/CWarningDialog.h"
 #include "app/MainWindow.h"
 #include "app/OptionsDialog.h"
 #include "controller/FlasherSyncDialog.h"
 #include "controller/SetOSI2AddressDialog.h"
 #include "controller/StreloVisualDialog.h"
-#include "firmware/CFirmwareUpgrade.h"
-#include "firmware/FWUpgradeDialog.h"
+#include "firmware/ui/CFirmwareUpgrade.h"
+#include "firmware/ui/FWUpgradeDialog.h"
 
 #include <QAbstractButton>
 #include <QAction>
@@ -183,14 +183,14 @@ private slots:
 
     void aWarningDialogSpeaksTheLanguage()
     {
-        const UiFormTexts plain = Form(QStringLiteral("app/CWarningDialog.ui"));
+        const UiFormTexts plain = Form(QStringLiteral("widgets/CWarningDialog.ui"));
         CWarningDialog warning;
         QCOMPARE(warning.windowTitle(), Expected("WarnDialog", plain.Text("WarnDialog", "windowTitle")));
         QCOMPARE(warning.findChild<QCheckBox *>("checkBoxHide")->text(),
                  Expected("WarnDialog", plain.Text("checkBoxHide", "text")));
         QCOMPARE(warning.findChild<QPushButton *>("btOk")->text(), Expected("WarnDialog", plain.Text("btOk", "text")));
 
-        const UiFormTexts abort = Form(QStringLiteral("app/CWarningAbortDialog.ui"));
+        const UiFormTexts abort = Form(QStringLiteral("widgets/CWarningAbortDialog.ui"));
         CWarningAbortDialog abortable;
         for (const char *button : {"btContinue", "pbAbort"})
             QCOMPARE(abortable.findChild<QPushButton *>(button)->text(),
@@ -199,7 +199,7 @@ private slots:
 
     void theFirmwareDialogsStatusTextsSpeakTheLanguage()
     {
-        const UiFormTexts form = Form(QStringLiteral("firmware/FWUpgradeDialog.ui"));
+        const UiFormTexts form = Form(QStringLiteral("firmware/ui/FWUpgradeDialog.ui"));
         CFirmwareUpgrade upgrade(nullptr, false);
         FWUpgradeDialog *dialog = upgrade.Dialog();
         QCOMPARE(dialog->windowTitle(), Expected("FWUpgradeDialog", form.Text("FWUpgradeDialog", "windowTitle")));
@@ -213,11 +213,11 @@ private slots:
         QCOMPARE(status->text(), Expected("FWUpgradeDialog", CUpgradeProcedure::kTextUnknown));
         QCOMPARE(software->text(), Expected("FWUpgradeDialog", CUpgradeProcedure::kTextUnknown));
         upgrade.ConnectionChanged(true);
-        QCOMPARE(status->text(), Expected("FWUpgradeDialog", CUpgradeProcedure::kTextConnected));
+        QCOMPARE(status->text(), Expected("FWUpgradeDialog", CFirmwareUpgrade::kTextConnected));
         upgrade.SwitchModeFailed();
-        QCOMPARE(status->text(), Expected("FWUpgradeDialog", CUpgradeProcedure::kTextSwitchFailed));
+        QCOMPARE(status->text(), Expected("FWUpgradeDialog", CFirmwareUpgrade::kTextSwitchFailed));
         upgrade.EndUpgradeProcess();
-        QCOMPARE(status->text(), Expected("FWUpgradeDialog", CUpgradeProcedure::kTextAllDone));
+        QCOMPARE(status->text(), Expected("FWUpgradeDialog", CFirmwareUpgrade::kTextAllDone));
         upgrade.ShutDown();
     }
 

@@ -3,7 +3,7 @@
 #include "ModalAnswerer.h"
 
 #include "app/MainWindow.h"
-#include "firmware/FWUpgradeDialog.h"
+#include "firmware/ui/FWUpgradeDialog.h"
 
 #include <QAction>
 #include <QLabel>

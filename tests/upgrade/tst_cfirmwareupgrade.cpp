@@ -4,8 +4,8 @@
 #include "ScriptedBootLoader.h"
 #include "SettingsSandbox.h"
 
-#include "firmware/CFirmwareUpgrade.h"
-#include "firmware/FWUpgradeDialog.h"
+#include "firmware/ui/CFirmwareUpgrade.h"
+#include "firmware/ui/FWUpgradeDialog.h"
 #include "settings/LichtwartSettings.h"
 #include "tls/CStreloProductTable.h"
 
@@ -18,6 +18,7 @@
 #include <QMessageBox>
 #include <QProgressBar>
 #include <QPushButton>
+#include <QRegularExpression>
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
@@ -51,6 +52,14 @@ QByteArray Counting(int count)
         data.append(char(i));
     return data;
 }
+
+// The driver with its view hook open to the test.
+class StatusDriver : public CFirmwareUpgrade
+{
+public:
+    using CFirmwareUpgrade::CFirmwareUpgrade;
+    using CFirmwareUpgrade::ShowStatus;
+};
 
 template <class Widget>
 Widget *Find(CFirmwareUpgrade &upgrade, const char *name)
@@ -180,6 +189,9 @@ private slots:
     void otherProductWarningTickedIsNotShownAgain();
     void sameProductIsNotQuestioned();
     void upgradeEndToEndOnScriptedBootLoader();
+    void statusShowsItsTextAndButtons_data();
+    void statusShowsItsTextAndButtons();
+    void richTextsAreThePlainTextsMarkedUp();
 
 private:
     std::unique_ptr<CFirmwareUpgrade> MakeUpgrade(bool allowRawHex = false);
@@ -725,6 +737,96 @@ void TestCFirmwareUpgrade::upgradeEndToEndOnScriptedBootLoader()
     QCOMPARE(Find<QProgressBar>(*upgrade, "pbarProg")->value(), 0);
     QVERIFY(Find<QPushButton>(*upgrade, "pbRetry")->isHidden());
     QVERIFY(Find<QPushButton>(*upgrade, "pbLoad")->isEnabled());
+}
+
+// What each status lets the user do, starting from Load, Program and Close enabled, Retry shown
+// and Load the default: "-" leaves a button as it was.
+void TestCFirmwareUpgrade::statusShowsItsTextAndButtons_data()
+{
+    QTest::addColumn<int>("status");
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<QString>("load");    // enabled: 1, 0 or -
+    QTest::addColumn<QString>("program");
+    QTest::addColumn<QString>("close");
+    QTest::addColumn<bool>("retryShown");
+    QTest::addColumn<QString>("defaultButton");
+    QTest::addColumn<bool>("closeAllowed");
+    using S = CUpgradeProcedure::Status;
+    const QString failedTail = QStringLiteral("</font>");
+    QTest::newRow("unknown") << int(S::Unknown) << "unknown" << "1" << "0" << "-" << false << "pbLoad" << true;
+    QTest::newRow("connected") << int(S::Connected) << "<font color='#009933'>Connected to target device</font>"
+                               << "1" << "-" << "1" << false << "pbLoad" << true;
+    QTest::newRow("switching") << int(S::Switching) << "Switching device to programming mode ..." << "0" << "0"
+                               << "0" << true << "pbLoad" << false;
+    QTest::newRow("enabling") << int(S::Enabling) << "Enabling firmware flasher of target device ..." << "-" << "-"
+                              << "-" << true << "pbLoad" << true;
+    QTest::newRow("erasing") << int(S::Erasing) << "Erasing flash, do <b>not</b> disconnect ..." << "-" << "-" << "-"
+                             << true << "pbLoad" << true;
+    QTest::newRow("uploading") << int(S::Uploading) << "Uploading firmware, do <b>not</b> disconnect ..." << "-"
+                               << "-" << "-" << true << "pbLoad" << true;
+    QTest::newRow("successful") << int(S::Successful)
+                                << "<font color='#009933'>Upgrade successful, resetting device ...</font>" << "-" << "-"
+                                << "-" << true << "pbLoad" << true;
+    QTest::newRow("all done") << int(S::AllDone) << "<font color='#009933'>All done, please close this window now</font>"
+                              << "-" << "-" << "1" << true << "pbClose" << true;
+    QTest::newRow("no answer") << int(S::NoAnswer)
+                               << "<font color='red'>No valid answer from firmware flasher!" + failedTail << "0" << "0"
+                               << "1" << true << "pbRetry" << true;
+    QTest::newRow("erase failed") << int(S::EraseFailed) << "<font color='red'>Failed to erase flash!" + failedTail
+                                  << "0" << "0" << "1" << true << "pbRetry" << true;
+    QTest::newRow("write failed") << int(S::WriteFailed)
+                                  << "<font color='red'>Failed to write data block to flash!" + failedTail << "0" << "0"
+                                  << "1" << true << "pbRetry" << true;
+    QTest::newRow("switch failed") << int(S::SwitchFailed)
+                                   << "<font color='red'>Failed to switch device to programming mode!" + failedTail
+                                   << "1" << "1" << "1" << true << "pbLoad" << true;
+    QTest::newRow("reconnecting") << int(S::Reconnecting) << "Trying to reconnect ..." << "-" << "-" << "0" << false
+                                  << "pbClose" << false;
+}
+
+void TestCFirmwareUpgrade::statusShowsItsTextAndButtons()
+{
+    QFETCH(int, status);
+    QFETCH(QString, text);
+    QFETCH(QString, load);
+    QFETCH(QString, program);
+    QFETCH(QString, close);
+    QFETCH(bool, retryShown);
+    QFETCH(QString, defaultButton);
+    QFETCH(bool, closeAllowed);
+    StatusDriver upgrade(m_parent.get(), false);
+    upgrade.Dialog()->show();
+    const QStringList names = {"pbLoad", "pbProg", "pbClose", "pbRetry"};
+    for (const QString &name : names) {
+        Find<QPushButton>(upgrade, name.toLatin1().constData())->setEnabled(true);
+        Find<QPushButton>(upgrade, name.toLatin1().constData())->setDefault(name == QLatin1String("pbLoad"));
+    }
+    Find<QPushButton>(upgrade, "pbRetry")->setVisible(true);
+    upgrade.Dialog()->SetCloseAllowed(true);
+
+    upgrade.ShowStatus(CUpgradeProcedure::Status(status));
+
+    QCOMPARE(Find<QLabel>(upgrade, "txtStatus")->text(), text);
+    const QList<QPair<const char *, QString>> enabled = {{"pbLoad", load}, {"pbProg", program}, {"pbClose", close}};
+    for (const auto &[name, expected] : enabled)
+        QCOMPARE(Find<QPushButton>(upgrade, name)->isEnabled(), expected != QLatin1String("0"));
+    QCOMPARE(Find<QPushButton>(upgrade, "pbRetry")->isVisible(), retryShown);
+    for (const QString &name : names)
+        QCOMPARE(Find<QPushButton>(upgrade, name.toLatin1().constData())->isDefault(), name == defaultButton);
+    QCOMPARE(upgrade.Dialog()->IsCloseAllowed(), closeAllowed);
+    upgrade.Dialog()->SetCloseAllowed(true);
+}
+
+// The procedure's words and the dialog's are the same text: the dialog only adds colour and
+// emphasis, which the command line, printing the plain text, leaves out.
+void TestCFirmwareUpgrade::richTextsAreThePlainTextsMarkedUp()
+{
+    static const QRegularExpression tag(QStringLiteral("<[^>]*>"));
+    for (int status = int(CUpgradeProcedure::Status::Unknown); status <= int(CUpgradeProcedure::Status::Reconnecting);
+         ++status) {
+        const auto each = CUpgradeProcedure::Status(status);
+        QCOMPARE(QString::fromUtf8(CFirmwareUpgrade::RichText(each)).remove(tag), CUpgradeProcedure::PlainText(each));
+    }
 }
 
 QTEST_MAIN(TestCFirmwareUpgrade)

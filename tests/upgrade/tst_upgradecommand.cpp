@@ -65,7 +65,7 @@ class TestUpgradeCommand : public QObject
 private slots:
     void init();
 
-    void plainTextDropsTheMarkup();
+    void plainTextsOfTheSteps();
     void usageErrors_data();
     void usageErrors();
     void portThatCannotBeOpened();
@@ -147,11 +147,10 @@ QStringList TestUpgradeCommand::SimLines(SimProcess &sim, const QString &pattern
     return sim.Matching(QRegularExpression(pattern), 0, sim.LineCount());
 }
 
-void TestUpgradeCommand::plainTextDropsTheMarkup()
+void TestUpgradeCommand::plainTextsOfTheSteps()
 {
-    QCOMPARE(UpgradeSequencer::PlainText("<font color='red'>Failed to erase flash!</font>"),
-             QString("Failed to erase flash!"));
-    QCOMPARE(UpgradeSequencer::PlainText("Erasing flash, do <b>not</b> disconnect ..."),
+    QCOMPARE(CUpgradeProcedure::PlainText(CUpgradeProcedure::Status::EraseFailed), QString("Failed to erase flash!"));
+    QCOMPARE(CUpgradeProcedure::PlainText(CUpgradeProcedure::Status::Erasing),
              QString("Erasing flash, do not disconnect ..."));
 }
 

@@ -48,10 +48,8 @@ protected:
     void LinkChanged(bool up) override
     {
         // The start-up jobs the program queues at every link-up.
-        if (up) {
-            for (int job : {kJobActualValue, kJobLuminosity, kJobDefects, kJobVersions, kJobUid})
-                QueueJob(job);
-        }
+        if (up)
+            QueueStartUpSequence(false, 0);
     }
     void OnUserData(const ByteVector &telegram) override { DispatchReply(telegram); }
     void OnVersion(int hwMajor, int hwMinor, int hwRevision, int swMajor, int swMinor, int swRelease) override

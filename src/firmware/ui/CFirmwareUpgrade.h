@@ -1,6 +1,6 @@
 #pragma once
 
-#include "CUpgradeProcedure.h"
+#include "firmware/CUpgradeProcedure.h"
 
 #include <QPointer>
 
@@ -23,6 +23,35 @@ public:
     ~CFirmwareUpgrade() override;
 
     FWUpgradeDialog *Dialog() const { return dialog; }
+
+    // The status texts as the dialog shows them: the procedure's words with colour and emphasis.
+    static constexpr const char *kTextConnected =
+        QT_TRANSLATE_NOOP("FWUpgradeDialog", "<font color='#009933'>Connected to target device</font>");
+    static constexpr const char *kTextSwitching =
+        QT_TRANSLATE_NOOP("FWUpgradeDialog", "Switching device to programming mode ...");
+    static constexpr const char *kTextEnabling =
+        QT_TRANSLATE_NOOP("FWUpgradeDialog", "Enabling firmware flasher of target device ...");
+    static constexpr const char *kTextErasing =
+        QT_TRANSLATE_NOOP("FWUpgradeDialog", "Erasing flash, do <b>not</b> disconnect ...");
+    static constexpr const char *kTextUploading =
+        QT_TRANSLATE_NOOP("FWUpgradeDialog", "Uploading firmware, do <b>not</b> disconnect ...");
+    static constexpr const char *kTextSuccessful =
+        QT_TRANSLATE_NOOP("FWUpgradeDialog", "<font color='#009933'>Upgrade successful, resetting device ...</font>");
+    static constexpr const char *kTextAllDone =
+        QT_TRANSLATE_NOOP("FWUpgradeDialog", "<font color='#009933'>All done, please close this window now</font>");
+    static constexpr const char *kTextNoAnswer =
+        QT_TRANSLATE_NOOP("FWUpgradeDialog", "<font color='red'>No valid answer from firmware flasher!</font>");
+    static constexpr const char *kTextEraseFailed =
+        QT_TRANSLATE_NOOP("FWUpgradeDialog", "<font color='red'>Failed to erase flash!</font>");
+    static constexpr const char *kTextWriteFailed =
+        QT_TRANSLATE_NOOP("FWUpgradeDialog", "<font color='red'>Failed to write data block to flash!</font>");
+    static constexpr const char *kTextSwitchFailed =
+        QT_TRANSLATE_NOOP("FWUpgradeDialog", "<font color='red'>Failed to switch device to programming mode!</font>");
+    static constexpr const char *kTextReconnecting =
+        QT_TRANSLATE_NOOP("FWUpgradeDialog", "Trying to reconnect ...");
+
+    // The untranslated text of a status as the dialog shows it.
+    static const char *RichText(Status status);
 
     static constexpr const char *kTextBaudrateWarning = QT_TRANSLATE_NOOP(
         "FWUpgradeDialog",
@@ -56,16 +85,19 @@ public slots:
     void CheckDowngrade();
 
 protected:
-    void ShowStatus(const QString &qstrText) override;
+    // Shows the status's text and lets the buttons allow what the status allows.
+    void ShowStatus(Status status) override;
     void ShowDeviceVersions(const QString &qstrSoftware, const QString &qstrHardware) override;
     void ShowProgress(int nValue, int nMaximum) override;
-    void EnableButton(Button button, bool bEnabled) override;
-    void ShowRetryButton(bool bVisible) override;
-    void MakeDefaultButton(Button button) override;
-    void AllowClose(bool bAllowed) override;
     bool ConfirmProgramming() override;
 
 private:
+    enum class Button { Load, Program, Close, Retry };
+
+    void ShowButtonsFor(Status status);
+    void EnableButtons(bool load, bool program, bool close);
+    void OfferRetry(bool offered);
+    void MakeDefaultButton(Button button);
     QPushButton *ButtonFor(Button button) const;
     QStringList NameFilters() const;
     bool IsWarningEnabled(const char *key) const;

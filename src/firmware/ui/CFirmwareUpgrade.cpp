@@ -1,9 +1,9 @@
 #include "CFirmwareUpgrade.h"
 
-#include "CFirmwareException.h"
 #include "FWUpgradeDialog.h"
-#include "app/CWarningAbortDialog.h"
-#include "app/CWarningDialog.h"
+#include "firmware/CFirmwareException.h"
+#include "widgets/CWarningAbortDialog.h"
+#include "widgets/CWarningDialog.h"
 #include "settings/LichtwartSettings.h"
 #include "ui_FWUpgradeDialog.h"
 
@@ -196,9 +196,94 @@ QPushButton *CFirmwareUpgrade::ButtonFor(Button button) const
     return form.pbRetry;
 }
 
-void CFirmwareUpgrade::ShowStatus(const QString &qstrText)
+const char *CFirmwareUpgrade::RichText(Status status)
 {
-    dialog->Form().txtStatus->setText(qstrText);
+    switch (status) {
+    case Status::Unknown: return kTextUnknown;
+    case Status::Connected: return kTextConnected;
+    case Status::Switching: return kTextSwitching;
+    case Status::Enabling: return kTextEnabling;
+    case Status::Erasing: return kTextErasing;
+    case Status::Uploading: return kTextUploading;
+    case Status::Successful: return kTextSuccessful;
+    case Status::AllDone: return kTextAllDone;
+    case Status::NoAnswer: return kTextNoAnswer;
+    case Status::EraseFailed: return kTextEraseFailed;
+    case Status::WriteFailed: return kTextWriteFailed;
+    case Status::SwitchFailed: return kTextSwitchFailed;
+    case Status::Reconnecting: return kTextReconnecting;
+    }
+    return kTextUnknown;
+}
+
+void CFirmwareUpgrade::ShowStatus(Status status)
+{
+    dialog->Form().txtStatus->setText(Text(RichText(status)));
+    ShowButtonsFor(status);
+}
+
+// While the head is being erased and written nothing changes: the switch-over has locked the
+// dialog, and only the end of the run (or its failure) opens it again.
+void CFirmwareUpgrade::ShowButtonsFor(Status status)
+{
+    switch (status) {
+    case Status::Unknown:
+        ButtonFor(Button::Program)->setEnabled(false);
+        ButtonFor(Button::Load)->setEnabled(true);
+        OfferRetry(false);
+        dialog->SetCloseAllowed(true);
+        break;
+    case Status::Connected:
+        ButtonFor(Button::Load)->setEnabled(true);
+        ButtonFor(Button::Close)->setEnabled(true);
+        OfferRetry(false);
+        dialog->SetCloseAllowed(true);
+        break;
+    case Status::Switching:
+        EnableButtons(false, false, false);
+        dialog->SetCloseAllowed(false);
+        break;
+    case Status::NoAnswer:
+    case Status::EraseFailed:
+    case Status::WriteFailed:
+        EnableButtons(false, false, true);
+        OfferRetry(true);
+        MakeDefaultButton(Button::Retry);
+        dialog->SetCloseAllowed(true);
+        break;
+    case Status::SwitchFailed:
+        EnableButtons(true, true, true);
+        dialog->SetCloseAllowed(true);
+        break;
+    case Status::Reconnecting:
+        OfferRetry(false);
+        MakeDefaultButton(Button::Close);
+        ButtonFor(Button::Close)->setEnabled(false);
+        dialog->SetCloseAllowed(false);
+        break;
+    case Status::AllDone:
+        dialog->SetCloseAllowed(true);
+        ButtonFor(Button::Close)->setEnabled(true);
+        MakeDefaultButton(Button::Close);
+        break;
+    case Status::Enabling:
+    case Status::Erasing:
+    case Status::Uploading:
+    case Status::Successful:
+        break;
+    }
+}
+
+void CFirmwareUpgrade::EnableButtons(bool load, bool program, bool close)
+{
+    ButtonFor(Button::Load)->setEnabled(load);
+    ButtonFor(Button::Program)->setEnabled(program);
+    ButtonFor(Button::Close)->setEnabled(close);
+}
+
+void CFirmwareUpgrade::OfferRetry(bool offered)
+{
+    dialog->Form().pbRetry->setVisible(offered);
 }
 
 void CFirmwareUpgrade::ShowDeviceVersions(const QString &qstrSoftware, const QString &qstrHardware)
@@ -213,23 +298,9 @@ void CFirmwareUpgrade::ShowProgress(int nValue, int nMaximum)
     dialog->Form().pbarProg->setValue(nValue);
 }
 
-void CFirmwareUpgrade::EnableButton(Button button, bool bEnabled)
-{
-    ButtonFor(button)->setEnabled(bEnabled);
-}
-
-void CFirmwareUpgrade::ShowRetryButton(bool bVisible)
-{
-    dialog->Form().pbRetry->setVisible(bVisible);
-}
-
 void CFirmwareUpgrade::MakeDefaultButton(Button button)
 {
     for (Button each : {Button::Load, Button::Program, Button::Close, Button::Retry})
         ButtonFor(each)->setDefault(each == button);
 }
 
-void CFirmwareUpgrade::AllowClose(bool bAllowed)
-{
-    dialog->SetCloseAllowed(bAllowed);
-}

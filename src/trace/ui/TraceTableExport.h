@@ -1,6 +1,6 @@
 #pragma once
 
-#include "CTraceExport.h"
+#include "trace/CTraceExport.h"
 
 #include <QObject>
 #include <QString>
