@@ -34,20 +34,25 @@ translations: configure
 test: build
 	cd $(BUILD_DIR) && ctest --output-on-failure -j $(TEST_JOBS) -LE soak
 
-test-asan: deps
-	cmake -S . -B $(ASAN_DIR) $(CMAKE_GEN) $(SAN_BUILD) -DLICHTWART_SANITIZE=address
-	cmake --build $(ASAN_DIR) -j $(JOBS)
-	cd $(ASAN_DIR) && ctest --output-on-failure -j $(TEST_JOBS) -LE 'soak|nosan'
-
-# Qt's own event dispatcher instead of glib's: glib's locks are invisible to the sanitizer (see
-# tests/tsan.supp). TSAN_TESTS='tst_a tst_b' builds and runs only these tests.
+# ASAN_TESTS / TSAN_TESTS='tst_a tst_b' build and run only these tests (with the simulator and the
+# CLI, which many of them start); empty: the whole suite.
 empty :=
 space := $(empty) $(empty)
+only_tests = $(if $(1),-R '^($(subst $(space),|,$(strip $(1))))$$')
+only_targets = $(if $(1),--target $(1) strelo-sim lichtwart-cli)
+
+test-asan: deps
+	cmake -S . -B $(ASAN_DIR) $(CMAKE_GEN) $(SAN_BUILD) -DLICHTWART_SANITIZE=address
+	cmake --build $(ASAN_DIR) -j $(JOBS) $(call only_targets,$(ASAN_TESTS))
+	cd $(ASAN_DIR) && ctest --output-on-failure -j $(TEST_JOBS) -LE 'soak|nosan' $(call only_tests,$(ASAN_TESTS))
+
+# Qt's own event dispatcher instead of glib's: glib's locks are invisible to the sanitizer (see
+# tests/tsan.supp).
 test-tsan: deps
 	cmake -S . -B $(TSAN_DIR) $(CMAKE_GEN) $(SAN_BUILD) -DLICHTWART_SANITIZE=thread
-	cmake --build $(TSAN_DIR) -j $(JOBS) $(if $(TSAN_TESTS),--target $(TSAN_TESTS))
+	cmake --build $(TSAN_DIR) -j $(JOBS) $(call only_targets,$(TSAN_TESTS))
 	cd $(TSAN_DIR) && QT_NO_GLIB=1 ctest --output-on-failure -j $(TEST_JOBS) -LE 'soak|nosan|notsan' \
-	  $(if $(TSAN_TESTS),-R '^($(subst $(space),|,$(strip $(TSAN_TESTS))))$$')
+	  $(call only_tests,$(TSAN_TESTS))
 
 run: build
 	@scripts/run-demo.sh $(BUILD_DIR)
