@@ -117,7 +117,6 @@ int RunScanCommand(const CliOptions &options, QTextStream &out, QTextStream &err
     if (portFailed)
         return CliExit::kOpenFailed;
     if (found == 0)
-        err << "no head answered: check the cable and the head's power, then scan again
-";
+        err << "no head answered: check the cable and the head's power, then scan again\n";
     return found > 0 ? CliExit::kOk : CliExit::kNoLink;
 }
