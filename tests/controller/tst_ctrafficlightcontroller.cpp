@@ -71,7 +71,11 @@ struct LinkedController
     PtyPair pty;
     ScriptedPeer peer {pty};
     MainWindowStandIn window;
-    HookedController controller {&window};
+    // On the heap: the thread sanitizer forgets a mutex when its memory is freed, not when a stack
+    // frame ends, so controllers of successive tests at one stack address would look like one
+    // controller taking its locks in changing orders.
+    std::unique_ptr<HookedController> owned = std::make_unique<HookedController>(&window);
+    HookedController &controller = *owned;
 
     // The link's threads end before the controller is torn down.
     ~LinkedController() { controller.ShutDown(); }
