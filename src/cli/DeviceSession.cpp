@@ -251,7 +251,7 @@ bool DeviceSession::OpenTraceFile()
     if (!m_traceFile.open(QIODevice::WriteOnly | QIODevice::Truncate)
         || m_traceFile.write(CTraceExport::Line(CTraceExport::Format::Csv, CTraceFormat::Headers(level)).toUtf8()) < 0) {
         m_err << "error: the trace file " << m_options.traceFile << " cannot be written: " << m_traceFile.errorString()
-              << "\n";
+              << "; choose a folder you may write to\n";
         m_err.flush();
         return false;
     }
@@ -259,15 +259,20 @@ bool DeviceSession::OpenTraceFile()
 }
 
 // Each row is flushed as it comes, so the file holds the trace up to the end of an interrupted run.
+// A file that stops taking rows (a full disk) is closed with one warning; the command goes on.
 void DeviceSession::WriteTraceRow(const QStringList &cells)
 {
     if (m_options.trace != CliOptions::TraceLevel::None) {
         m_err << cells.join(QLatin1Char('\t')) << "\n";
         m_err.flush();
     }
-    if (m_traceFile.isOpen()) {
-        m_traceFile.write(CTraceExport::Line(CTraceExport::Format::Csv, cells).toUtf8());
-        m_traceFile.flush();
+    if (!m_traceFile.isOpen())
+        return;
+    if (m_traceFile.write(CTraceExport::Line(CTraceExport::Format::Csv, cells).toUtf8()) < 0 || !m_traceFile.flush()) {
+        m_err << "warning: the trace file " << m_options.traceFile << " takes no more rows: " << m_traceFile.errorString()
+              << "; it ends here, free some space and run again for the whole trace\n";
+        m_err.flush();
+        m_traceFile.close();
     }
 }
 

@@ -600,6 +600,16 @@ void TestCli::traceFileHoldsTheRowsAsCsv()
     QCOMPARE(refused.exitCode, 1);
     QVERIFY2(refused.err.startsWith(QStringLiteral("error: the trace file %1 cannot be written: ")
                                         .arg(dir.filePath("no/such/folder.csv"))), qPrintable(refused.err));
+    QVERIFY2(refused.err.endsWith(QStringLiteral("; choose a folder you may write to\n")), qPrintable(refused.err));
+
+    // A disk that fills up during the run: one warning, the trace file ends, the command does not.
+    const CliResult full = Run({"--device", sim.DevicePath(), "--trace-file", "/dev/full", "identify"});
+    QCOMPARE(full.exitCode, 0);
+    const QStringList warnings = full.err.split(QLatin1Char('\n')).filter(QStringLiteral("warning: "));
+    QCOMPARE(warnings.size(), 1);
+    QVERIFY2(warnings.at(0).startsWith(QStringLiteral("warning: the trace file /dev/full takes no more rows: ")),
+             qPrintable(warnings.at(0)));
+    QVERIFY(full.out.contains(QStringLiteral("software:")));
 }
 
 void TestCli::traceFileAtTheTraceLevelEqualsTheStderrRows()
