@@ -7,6 +7,7 @@
 // with its own time-out, and the frames are well formed.
 
 #include "BootLoaderProbe.h"
+#include "firmware/FirmwareAddressSpace.h"
 
 #include <cstdint>
 #include <cstdlib>
@@ -86,7 +87,8 @@ bool Request(BootLoaderProbe &protocol, Model &model, Script &script, bool write
         for (std::uint8_t &octet : bytes)
             octet = script.Next();
         taken = protocol.WriteBlock(address, bytes, wide, retries);
-        if (bytes.empty()) {
+        // Nothing to write, or a block running past the top of its address space: refused unsent.
+        if (bytes.empty() || !FirmwareAddressSpace::Holds(address, bytes.size(), wide)) {
             Check(!taken && protocol.frames.size() == framesBefore);
             return false;
         }
