@@ -25,7 +25,7 @@ QString StoredDevice()
 QList<CHeadSearch::Probe> FindDeviceDialog::StoredPlan()
 {
     const QSettings settings;
-    return CHeadSearch::Plan(CHeadSearch::DefaultRates(), CHeadSearch::kFirstAddress, CHeadSearch::kLastAddress,
+    return CHeadSearch::Plan(LichtwartSettings::BaudRates(), CHeadSearch::kFirstAddress, CHeadSearch::kLastAddress,
                              LichtwartSettings::Read(settings, LichtwartSettings::InterfaceBaudrate).toInt(),
                              LichtwartSettings::Read(settings, LichtwartSettings::AddressOsi2).toInt());
 }

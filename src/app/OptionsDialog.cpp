@@ -11,10 +11,13 @@
 
 namespace {
 
-const QStringList BaudRates = {QStringLiteral("2400"),  QStringLiteral("4800"),
-                               QStringLiteral("9600"),  QStringLiteral("19200"),
-                               QStringLiteral("38400"), QStringLiteral("57600"),
-                               QStringLiteral("115200")};
+QStringList BaudRateTexts()
+{
+    QStringList texts;
+    for (int rate : LichtwartSettings::BaudRates())
+        texts << QString::number(rate);
+    return texts;
+}
 
 constexpr int FirstCyclePeriodMs = 1000;
 constexpr int LastCyclePeriodMs = 3000;
@@ -56,8 +59,8 @@ OptionsDialog::~OptionsDialog()
 
 void OptionsDialog::FillLists()
 {
-    ui->comboBoxBaudrate->addItems(BaudRates);
-    ui->comboBoxBaudrateFirmware->addItems(BaudRates);
+    ui->comboBoxBaudrate->addItems(BaudRateTexts());
+    ui->comboBoxBaudrateFirmware->addItems(BaudRateTexts());
     for (int nPeriod = FirstCyclePeriodMs; nPeriod <= LastCyclePeriodMs; nPeriod += CyclePeriodStepMs)
         ui->comboBoxCyclePeriod->addItem(QString::number(nPeriod));
 }

@@ -5,6 +5,7 @@
 #include "SignalWatcher.h"
 #include "comm/CAsync.h"
 #include "ports/PortOpenReason.h"
+#include "settings/LichtwartSettings.h"
 #include "tls/CHeadSearch.h"
 
 #include <QEventLoop>
@@ -15,7 +16,7 @@ namespace {
 
 struct ScanArguments
 {
-    QList<int> rates = CHeadSearch::DefaultRates();
+    QList<int> rates = LichtwartSettings::BaudRates();
     int firstAddress = CHeadSearch::kFirstAddress;
     int lastAddress = CHeadSearch::kLastAddress;
 };

@@ -64,6 +64,11 @@ int LichtwartSettings::ReadUploadBaudrateForWarning(const QSettings &settings)
     return settings.value(QLatin1String(FirmwareBaudrate), QLatin1String(FirmwareBaudrate)).toInt();
 }
 
+QList<int> LichtwartSettings::BaudRates()
+{
+    return {2400, 4800, 9600, 19200, 38400, 57600, 115200};
+}
+
 void LichtwartSettings::SetIdentity()
 {
     QCoreApplication::setOrganizationName(QLatin1String(OrganisationName));

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QList>
 #include <QMetaType>
 #include <QSettings>
 #include <QString>
@@ -63,6 +64,10 @@ public:
     static int ReadUploadBaudrateWithoutDefault(const QSettings &settings);
     // the baud-rate warning uses the key's own name as the default text, which converts to 0.
     static int ReadUploadBaudrateForWarning(const QSettings &settings);
+
+    // The rates offered for "interface/baudrate" and "firmware/baudrate", lowest first; the head
+    // search tries the same rates.
+    static QList<int> BaudRates();
 
     // Organisation, domain and application name, set before the first settings object.
     static void SetIdentity();

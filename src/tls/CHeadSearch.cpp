@@ -44,11 +44,6 @@ QString FoundHead::Line() const
              OrUnknown(software), OrUnknown(uid));
 }
 
-QList<int> CHeadSearch::DefaultRates()
-{
-    return {2400, 4800, 9600, 19200, 38400, 57600, 115200};
-}
-
 QList<CHeadSearch::Probe> CHeadSearch::Plan(const QList<int> &rates, int firstAddress, int lastAddress,
                                             int storedRate, int storedAddress)
 {

@@ -58,8 +58,6 @@ public:
     static constexpr int kFirstAddress = 1;
     static constexpr int kLastAddress = 199;
 
-    // The rates of the options dialog's list, 2400 to 115200 baud.
-    static QList<int> DefaultRates();
     // The probes in the order the search makes them: the stored address and address 1 at every
     // rate (the stored rate first, then 9600), then every address at the stored rate and at
     // 9600, then every address at the other rates. Each pair once.

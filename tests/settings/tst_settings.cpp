@@ -14,6 +14,7 @@ class TestSettings : public QObject
 private slots:
     void init() { m_sandbox.Clear(); }
     void identity();
+    void baudRatesAreTheSevenOfferedRates();
     void everyKeyOfTheTableOnce();
     void emptyStoreYieldsTheDefaults_data();
     void emptyStoreYieldsTheDefaults();
@@ -135,6 +136,11 @@ void TestSettings::nonNumericTextReadsAsZero()
     QSettings settings;
     settings.setValue(LichtwartSettings::InterfaceBaudrate, QStringLiteral("fast"));
     QCOMPARE(LichtwartSettings::Read(settings, LichtwartSettings::InterfaceBaudrate).toInt(), 0);
+}
+
+void TestSettings::baudRatesAreTheSevenOfferedRates()
+{
+    QCOMPARE(LichtwartSettings::BaudRates(), (QList<int> {2400, 4800, 9600, 19200, 38400, 57600, 115200}));
 }
 
 QTEST_GUILESS_MAIN(TestSettings)

@@ -1,5 +1,6 @@
 // The order and the waits of the head search, and one search against a head played by a test.
 #include "PtyPair.h"
+#include "settings/LichtwartSettings.h"
 #include "tls/CHeadSearch.h"
 #include "tls/CHeadSearchDevice.h"
 
@@ -15,7 +16,6 @@ class TestCHeadSearch : public QObject
     Q_OBJECT
 
 private slots:
-    void defaultRatesAreTheOptionsDialogsList();
     void likelyPlacesFirst();
     void storedAddressAndRateLead();
     void everyPairOnceWithinTheRange();
@@ -27,15 +27,10 @@ private slots:
     void aRateTheAdapterRefusesIsSkipped();
 };
 
-void TestCHeadSearch::defaultRatesAreTheOptionsDialogsList()
-{
-    QCOMPARE(CHeadSearch::DefaultRates(), (QList<int> {2400, 4800, 9600, 19200, 38400, 57600, 115200}));
-}
-
 void TestCHeadSearch::likelyPlacesFirst()
 {
     // Stored: 9600 baud, address 1 (the defaults).
-    const QList<Probe> plan = CHeadSearch::Plan(CHeadSearch::DefaultRates(), 1, 199, 9600, 1);
+    const QList<Probe> plan = CHeadSearch::Plan(LichtwartSettings::BaudRates(), 1, 199, 9600, 1);
     const QList<Probe> first {{9600, 1}, {2400, 1}, {4800, 1}, {19200, 1}, {38400, 1}, {57600, 1}, {115200, 1}};
     QCOMPARE(plan.mid(0, 7), first);
     // Then every address at 9600, then the other rates in turn.
@@ -47,7 +42,7 @@ void TestCHeadSearch::likelyPlacesFirst()
 
 void TestCHeadSearch::storedAddressAndRateLead()
 {
-    const QList<Probe> plan = CHeadSearch::Plan(CHeadSearch::DefaultRates(), 1, 199, 19200, 7);
+    const QList<Probe> plan = CHeadSearch::Plan(LichtwartSettings::BaudRates(), 1, 199, 19200, 7);
     const QList<Probe> first {{19200, 7}, {19200, 1}, {9600, 7}, {9600, 1}, {2400, 7}, {2400, 1}};
     QCOMPARE(plan.mid(0, 6), first);
     // After the fourteen likely places: every address at the stored rate, then at 9600.
@@ -58,7 +53,7 @@ void TestCHeadSearch::storedAddressAndRateLead()
 
 void TestCHeadSearch::everyPairOnceWithinTheRange()
 {
-    const QList<Probe> plan = CHeadSearch::Plan(CHeadSearch::DefaultRates(), 1, 199, 57600, 42);
+    const QList<Probe> plan = CHeadSearch::Plan(LichtwartSettings::BaudRates(), 1, 199, 57600, 42);
     QCOMPARE(plan.size(), 7 * 199);
     QSet<QString> seen;
     for (const Probe &probe : plan)
