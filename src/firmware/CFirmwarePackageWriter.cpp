@@ -6,8 +6,9 @@
 #include "Md5Fingerprint.h"
 
 #include <QFile>
+#include <QRandomGenerator>
+#include <QScopeGuard>
 #include <QString>
-#include <QTemporaryFile>
 
 #include <libxml/xmlwriter.h>
 
@@ -15,11 +16,11 @@
 #include <memory>
 #include <stdexcept>
 
-#ifndef _WIN32
-#include <sys/stat.h>
-#endif
-
 namespace {
+
+constexpr QFileDevice::Permissions kNewFilePermissions =
+    QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ReadGroup | QFileDevice::WriteGroup
+    | QFileDevice::ReadOther | QFileDevice::WriteOther;
 
 constexpr const char *kPackageVersion = "1.0";
 
@@ -90,33 +91,26 @@ void CFirmwarePackageWriter::Write(const std::string &path, Format format, const
     check.SetFirmwareBytes(image, wideAddresses);
     check.ParseRecords();
 
-    QTemporaryFile temporary(QString::fromStdString(path) + QStringLiteral(".XXXXXX"));
-    if (!temporary.open())
-        throw std::runtime_error("The file '" + path + "' cannot be created: " + temporary.errorString().toStdString());
-    temporary.close();
-    const std::string temporaryPath = QFile::encodeName(temporary.fileName()).toStdString();
-    GiveNewFilePermissions(temporaryPath);
-    WriteArchive(temporaryPath, format, manifest, image);
-    check.Load(temporaryPath, false, wideAddresses);
+    // The package is built beside its target and renamed into place. The part file is created as
+    // any new file of the user (0666 less the umask, applied by the system): a package is handed
+    // on to colleagues and put on shares, so it must not be its owner's alone as a temporary
+    // file would be.
+    QFile part(QString::fromStdString(path) + QStringLiteral(".part-")
+               + QString::number(QRandomGenerator::global()->generate64(), 36));
+    if (!part.open(QIODevice::WriteOnly | QIODevice::NewOnly, kNewFilePermissions))
+        throw std::runtime_error("The file '" + path + "' cannot be created: " + part.errorString().toStdString());
+    part.close();
+    auto removePart = qScopeGuard([&part] { part.remove(); });
+    const std::string partPath = QFile::encodeName(part.fileName()).toStdString();
+    WriteArchive(partPath, format, manifest, image);
+    check.Load(partPath, false, wideAddresses);
 
     // Renaming replaces an older package of the same name in one step.
     std::error_code error;
-    std::filesystem::rename(temporaryPath, path, error);
+    std::filesystem::rename(partPath, path, error);
     if (error)
         throw std::runtime_error("The file '" + path + "' cannot be written: " + error.message());
-    temporary.setAutoRemove(false);
-}
-
-// The temporary file is made for its owner alone, but a package is handed on to colleagues and put
-// on shares: it gets the permissions any new file of the user gets, 0666 less the umask.
-void CFirmwarePackageWriter::GiveNewFilePermissions(const std::string &path)
-{
-#ifndef _WIN32
-    const mode_t mask = ::umask(0);
-    ::umask(mask);
-    std::error_code ignored;
-    std::filesystem::permissions(path, static_cast<std::filesystem::perms>(0666 & ~mask), ignored);
-#endif
+    removePart.dismiss();
 }
 
 void CFirmwarePackageWriter::WriteArchive(const std::string &path, Format format, const Manifest &manifest,

@@ -39,7 +39,6 @@ public:
                       bool wideAddresses);
 
 private:
-    static void GiveNewFilePermissions(const std::string &path);
     static void WriteArchive(const std::string &path, Format format, const Manifest &manifest,
                              const ByteVector &image);
 };
