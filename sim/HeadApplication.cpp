@@ -253,6 +253,14 @@ void HeadApplication::QueueReply(std::uint8_t group, std::uint8_t application, s
     m_replies.push_back(std::move(telegram));
 }
 
+void HeadApplication::DropReplies(TimePoint now)
+{
+    if (m_replies.empty())
+        return;
+    m_log.Write(now, "app", "replies dropped COUNT=" + std::to_string(m_replies.size()));
+    m_replies.clear();
+}
+
 Bytes HeadApplication::TakeReply(const std::function<bool(const Bytes &)> &acceptable)
 {
     if (m_replies.empty())

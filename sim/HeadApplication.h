@@ -62,6 +62,9 @@ public:
     void Receive(const Bytes &telegram, bool broadcast, TimePoint now);
 
     bool HasReply() const { return !m_replies.empty(); }
+    // A reset of the link starts the exchange with the master afresh: replies it has not fetched
+    // yet are dropped (see SecondaryStation's reset).
+    void DropReplies(TimePoint now);
     // Hands out the oldest reply with a fresh job number. Job numbers run 1..255 and skip 0x68;
     // a number that would let `acceptable` refuse the framed reply is skipped as well.
     Bytes TakeReply(const std::function<bool(const Bytes &)> &acceptable);

@@ -2,8 +2,6 @@
 
 #include "FrameCodec.h"
 
-#include <utility>
-
 namespace strelosim {
 
 SecondaryStation::SecondaryStation(std::uint8_t address, HeadApplication &application, EventLog &log)
@@ -49,10 +47,10 @@ std::optional<LinkFrame> SecondaryStation::Answer(const LinkFrame &request, Time
     case kFunctionReset:
         m_lastFcb.reset();
         m_lastAnswer.reset();
-        m_resetConfirmPending = true;
+        m_application.DropReplies(now);
         return LinkFrame::Ack();
     case kFunctionPoll:
-        if (std::exchange(m_resetConfirmPending, false) || !m_application.HasReply())
+        if (!m_application.HasReply())
             return LinkFrame::Ack();
         return LinkFrame::Long(kControlUserData, m_address,
                                m_application.TakeReply([this](const Bytes &data) { return FramesCleanly(data); }));

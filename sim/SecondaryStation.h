@@ -13,7 +13,14 @@ namespace strelosim {
 //
 // With the frame count bit valid, a telegram whose FCB equals that of the previous one is a
 // repetition: the master did not get the answer. It is answered again with the stored answer and
-// its user data is not handed to the application a second time. A link reset forgets the FCB.
+// its user data is not handed to the application a second time.
+//
+// A reset of the link forgets the FCB and drops the replies the master has not fetched yet. The
+// master treats a link-up as a fresh start: it forgets its own queued jobs, asks for everything
+// again, and takes nothing but 0xE5 as the answer to its first poll. Replies kept from before the
+// reset would be stale copies of what it asks again, and on a noisy line, where the link is lost
+// and rebuilt again and again, they would pile up with every outage, so that every poll carried a
+// long reply and the link rarely got past its start-up again.
 class SecondaryStation
 {
 public:
@@ -45,9 +52,6 @@ private:
     EventLog &m_log;
     std::optional<bool> m_lastFcb;
     std::optional<LinkFrame> m_lastAnswer;
-    // The first poll after a reset of the link is confirmed with 0xE5: the master takes nothing
-    // else as the end of its link-up, so replies still queued from before wait for the next poll.
-    bool m_resetConfirmPending = false;
 };
 
 } // namespace strelosim

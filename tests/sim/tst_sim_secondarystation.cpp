@@ -147,6 +147,23 @@ private slots:
         QCOMPARE(int(head.application.Image()), 109);
     }
 
+    void resetDropsRepliesNotYetFetched()
+    {
+        Head head;
+        BringUp(head);
+        // Two replies wait when the link is lost; the master rebuilds it and will ask again.
+        QVERIFY(IsAck(head.Send(LinkFrame::Long(0x53, 1, kActualValueRequest))));
+        QVERIFY(IsAck(head.Send(LinkFrame::Long(0x73, 1, kRedSetpoint))));
+        QVERIFY(head.application.HasReply());
+        BringUp(head);
+        QVERIFY(!head.application.HasReply());
+        QVERIFY(IsAck(head.Send(LinkFrame::Short(0x58, 1))));
+        // What is asked after the reset is answered as ever.
+        QVERIFY(IsAck(head.Send(LinkFrame::Long(0x73, 1, kActualValueRequest))));
+        const auto reply = head.Send(LinkFrame::Short(0x58, 1));
+        QVERIFY(reply && reply->form == LinkFrame::Form::Long);
+    }
+
     void telegramsToAnotherAddressAreIgnored()
     {
         Head head(1);
