@@ -2,6 +2,8 @@
 
 #include "CHeadSearchDevice.h"
 
+#include <algorithm>
+
 namespace {
 
 constexpr int kLikelyRate = 9600;
@@ -85,7 +87,8 @@ QList<CHeadSearch::Probe> CHeadSearch::Plan(const QList<int> &rates, int firstAd
 // at once, so the wait is the time of the request and the answer on the line plus the turnaround
 // allowance (31 ms at 115200 baud, 76 ms at 2400). An answer that comes later is not lost: it
 // names the head's address and is credited to it whatever probe it follows; only before the
-// rate changes does the search wait the link's full response time (kDrainMs).
+// rate changes does the search wait out the link's full response time (kDrainMs) since the last
+// probe.
 int CHeadSearch::ProbeWaitMs(int rate)
 {
     const int lineMs = (kProbeCharacters * kBitsPerCharacter * 1000 + rate - 1) / rate;
@@ -163,7 +166,7 @@ void CHeadSearch::NextStep()
     if (rateChanges && m_rate != 0 && !m_drained) {
         m_drained = true;
         m_step = Step::Draining;
-        m_timer.start(kDrainMs);
+        m_timer.start(std::max(0, kDrainMs - ProbeWaitMs(m_rate)));
         return;
     }
     if (planDone) {

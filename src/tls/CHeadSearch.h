@@ -50,10 +50,11 @@ public:
         bool operator==(const Probe &other) const { return rate == other.rate && address == other.address; }
     };
 
-    // Identification: link-up and four exchanges with polls 250 ms apart fit well within this.
+    // Identification: link-up and six exchanges, polled quickly, take well under a second at
+    // 2400 baud; the rest leaves room for the link's repetitions on a poor line.
     static constexpr int kIdentifyTimeoutMs = 3000;
-    // Before the rate changes, the search waits as long as the link waits for any answer, so a
-    // straggler of the last probe is still heard at its own rate.
+    // Before the rate changes, the search lets as much time pass since the last probe as the link
+    // waits for any answer, so a straggler of that probe is still heard at its own rate.
     static constexpr int kDrainMs = 100;
     static constexpr int kFirstAddress = 1;
     static constexpr int kLastAddress = 199;

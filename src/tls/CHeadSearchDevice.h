@@ -15,6 +15,11 @@ class CHeadSearchDevice : public QObject, public CStreloDevice
     Q_OBJECT
 
 public:
+    // The shortest pause between the exchanges of an identification.
+    static constexpr int kIdentifyPollMs = 50;
+    // The pause between the exchanges of an identification at `rate`.
+    static int IdentifyPollMs(int rate);
+
     explicit CHeadSearchDevice(QObject *parent = nullptr);
     ~CHeadSearchDevice() override;
 

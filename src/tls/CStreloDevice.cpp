@@ -290,8 +290,9 @@ void CStreloDevice::StopResponseTimer()
 
 void CStreloDevice::StartPollTimer()
 {
-    Arm(m_pollSchedule, kPollIntervalMs);
-    CStreloPollTimer::Start(kPollIntervalMs);
+    const int milliseconds = m_pollIntervalMs.load();
+    Arm(m_pollSchedule, milliseconds);
+    CStreloPollTimer::Start(milliseconds);
 }
 
 void CStreloDevice::StopPollTimer()

@@ -120,6 +120,10 @@ protected:
     void OnResponseTimeout() override;
     void OnPollTimeout() override;
 
+    // The pause between exchanges (kPollIntervalMs unless set). Only a device outside the ordinary
+    // link, such as the head search's, sets another one.
+    void SetPollInterval(int milliseconds) { m_pollIntervalMs = milliseconds; }
+
     // Ends both timer threads and closes the port. A subclass that overrides hooks calls this
     // first in its own destructor, so that no thread reaches an object that is being destroyed.
     void ShutDown();
@@ -167,6 +171,7 @@ private:
     std::uint8_t m_control = kRequestStatus;
     TimerSchedule m_responseSchedule;
     TimerSchedule m_pollSchedule;
+    std::atomic<int> m_pollIntervalMs {kPollIntervalMs};
 
     std::atomic<std::uint8_t> m_address {0};
     std::atomic<int> m_deviceAddress {0};

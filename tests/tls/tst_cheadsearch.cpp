@@ -1,5 +1,6 @@
 // The order and the waits of the head search, and one search against a head played by a test.
 #include "PtyPair.h"
+#include "ScriptedPeer.h"
 #include "settings/LichtwartSettings.h"
 #include "tls/CHeadSearch.h"
 #include "tls/CHeadSearchDevice.h"
@@ -7,6 +8,7 @@
 #include <QSignalSpy>
 #include <QTest>
 
+#include <algorithm>
 #include <memory>
 
 using Probe = CHeadSearch::Probe;
@@ -25,6 +27,9 @@ private slots:
     void portThatCannotBeOpenedEndsTheSearch();
     void cancelEndsAtOnce();
     void aRateTheAdapterRefusesIsSkipped();
+    void identificationPollFollowsTheRate();
+    void identificationPollsQuickly();
+    void rateChangesOnlyAfterTheResponseTime();
 };
 
 void TestCHeadSearch::likelyPlacesFirst()
@@ -161,6 +166,73 @@ void TestCHeadSearch::aRateTheAdapterRefusesIsSkipped()
         probed << step.at(0).toInt();
     QCOMPARE(probed, (QList<int> {1, 4}));
     QCOMPARE(line.ReadFor(200), QByteArray::fromHex("1049014a16") + QByteArray::fromHex("1049014a16"));
+}
+
+void TestCHeadSearch::identificationPollFollowsTheRate()
+{
+    // Twice the 33 bit times FT1.2 wants between telegrams, at least 50 ms, at most the link's 250.
+    QCOMPARE(CHeadSearchDevice::IdentifyPollMs(115200), 50);
+    QCOMPARE(CHeadSearchDevice::IdentifyPollMs(9600), 50);
+    QCOMPARE(CHeadSearchDevice::IdentifyPollMs(2400), 50);
+    QCOMPARE(CHeadSearchDevice::IdentifyPollMs(1200), 56);
+    QCOMPARE(CHeadSearchDevice::IdentifyPollMs(300), 220);
+    QCOMPARE(CHeadSearchDevice::IdentifyPollMs(110), CStreloDevice::kPollIntervalMs);
+}
+
+void TestCHeadSearch::identificationPollsQuickly()
+{
+    // A head that answers the link but none of the jobs: the search polls it until the
+    // identification time is up and reports what it learnt, which is nothing.
+    PtyPair line;
+    QVERIFY(line.IsValid());
+    ScriptedPeer peer(line);
+    CHeadSearch search(line.SlavePath(), {{9600, 1}});
+    QSignalSpy found(&search, &CHeadSearch::HeadFound);
+    QSignalSpy finished(&search, &CHeadSearch::Finished);
+    search.Start();
+    QVERIFY(finished.wait(CHeadSearch::kIdentifyTimeoutMs + 5000));
+    QCOMPARE(found.size(), 1);
+    QCOMPARE(found.at(0).at(0).value<FoundHead>().osi2, 1);
+
+    // The probe, then the link-up (status request, reset, first poll), then jobs and polls.
+    const QList<PeerFrame> frames = peer.Frames();
+    QVERIFY2(frames.size() > 10, qPrintable(QString::number(frames.size())));
+    QCOMPARE(frames.at(3).control, CStreloDevice::kFirstPoll);
+    QList<qint64> pausesMs;
+    for (int i = 4; i < frames.size(); ++i) {
+        if (frames.at(i - 1).answeredUs >= 0)
+            pausesMs << (frames.at(i).atUs - frames.at(i - 1).answeredUs) / 1000;
+    }
+    QVERIFY(!pausesMs.isEmpty());
+    // Never closer than the pause the identification keeps; far more often than the link polls.
+    QVERIFY2(*std::min_element(pausesMs.begin(), pausesMs.end()) >= CHeadSearchDevice::kIdentifyPollMs - 1,
+             qPrintable(QString::number(*std::min_element(pausesMs.begin(), pausesMs.end()))));
+    std::sort(pausesMs.begin(), pausesMs.end());
+    QVERIFY2(pausesMs.at(pausesMs.size() / 2) < CStreloDevice::kPollIntervalMs,
+             qPrintable(QString::number(pausesMs.at(pausesMs.size() / 2))));
+    const bool jobsSent = std::any_of(frames.begin(), frames.end(), [](const PeerFrame &frame) {
+        return frame.kind == PeerFrame::Long && frame.Function() == CStreloDevice::kFunctionUserData;
+    });
+    QVERIFY(jobsSent);
+}
+
+void TestCHeadSearch::rateChangesOnlyAfterTheResponseTime()
+{
+    // Nobody answers; the last probe at 9600 is still given the link's response time before the
+    // port changes to 19200, so a late answer would be heard at the rate it was sent at.
+    PtyPair line;
+    QVERIFY(line.IsValid());
+    ScriptedPeer peer(line);
+    peer.SetSilent(true);
+    CHeadSearch search(line.SlavePath(), {{9600, 1}, {19200, 1}});
+    QSignalSpy finished(&search, &CHeadSearch::Finished);
+    search.Start();
+    QVERIFY(finished.wait(5000));
+    QVERIFY(peer.WaitForFrames(2, 1000));
+    const QList<PeerFrame> frames = peer.Frames();
+    // The reading side may have seen the first probe a little late, which only shortens the gap.
+    const qint64 gapMs = (frames.at(1).atUs - frames.at(0).atUs) / 1000;
+    QVERIFY2(gapMs >= CHeadSearch::kDrainMs - 20, qPrintable(QString::number(gapMs)));
 }
 
 QTEST_MAIN(TestCHeadSearch)
