@@ -24,6 +24,11 @@ QString OrUnknown(const QString &value)
     return value.isEmpty() ? kUnknown : value;
 }
 
+QString VersionText(int major, int minor, int third)
+{
+    return QStringLiteral("%1.%2.%3").arg(major).arg(minor).arg(third);
+}
+
 QString Key(int rate, int address)
 {
     return QStringLiteral("%1/%2").arg(rate).arg(address);
@@ -112,18 +117,21 @@ CHeadSearch::CHeadSearch(const QString &device, const QList<Probe> &plan, std::u
     m_timer.setTimerType(Qt::PreciseTimer);
     connect(&m_timer, &QTimer::timeout, this, &CHeadSearch::OnTimer);
     connect(m_port.get(), &CHeadSearchDevice::StatusOfLink, this, &CHeadSearch::OnStatusOfLink, Qt::QueuedConnection);
-    connect(m_port.get(), &CHeadSearchDevice::LinkUp, this, &CHeadSearch::OnLinkUp, Qt::QueuedConnection);
-    connect(m_port.get(), &CHeadSearchDevice::Version, this,
-            [this](const QString &hardware, const QString &software) {
-                m_current.hardware = hardware;
-                m_current.software = software;
+    connect(m_port.get(), &CHeadSearchDevice::ConnectionChanged, this, [this](bool up) {
+        if (up)
+            OnLinkUp();
+    }, Qt::QueuedConnection);
+    connect(m_port.get(), &CHeadSearchDevice::VersionChanged, this,
+            [this](int hwMajor, int hwMinor, int hwRevision, int swMajor, int swMinor, int swRelease) {
+                m_current.hardware = VersionText(hwMajor, hwMinor, hwRevision);
+                m_current.software = VersionText(swMajor, swMinor, swRelease);
                 Learnt();
             }, Qt::QueuedConnection);
-    connect(m_port.get(), &CHeadSearchDevice::Product, this, [this](const QString &product) {
-        m_current.product = product;
+    connect(m_port.get(), &CHeadSearchDevice::DeviceChanged, this, [this](const STRELO_PRODUCT *product) {
+        m_current.product = product ? product->id : QString();
         Learnt();
     }, Qt::QueuedConnection);
-    connect(m_port.get(), &CHeadSearchDevice::Uid, this, [this](const QString &uid) {
+    connect(m_port.get(), &CHeadSearchDevice::UIDChanged, this, [this](const QString &uid) {
         m_current.uid = uid;
         Learnt();
     }, Qt::QueuedConnection);

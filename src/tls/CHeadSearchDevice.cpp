@@ -7,15 +7,10 @@ namespace {
 // FT1.2 wants the line idle for at least 33 bit times between two telegrams.
 constexpr int kIdleBitsBetweenTelegrams = 33;
 
-QString VersionText(int major, int minor, int third)
-{
-    return QStringLiteral("%1.%2.%3").arg(major).arg(minor).arg(third);
-}
-
 } // namespace
 
 CHeadSearchDevice::CHeadSearchDevice(QObject *parent)
-    : QObject(parent)
+    : CStreloDeviceSignals(parent)
 {
 }
 
@@ -64,30 +59,9 @@ void CHeadSearchDevice::OnShortTelegram(std::uint8_t control, std::uint8_t addre
     CStreloDevice::OnShortTelegram(control, address);
 }
 
-void CHeadSearchDevice::LinkChanged(bool up)
-{
-    if (up)
-        emit LinkUp();
-}
-
 void CHeadSearchDevice::OnUserData(const ByteVector &telegram)
 {
     if (const auto endPoint = CTlsOsi7Codec::ActualValueEndPoint(telegram))
         emit ReplyEndPoint(*endPoint);
-    DispatchReply(telegram);
-}
-
-void CHeadSearchDevice::OnVersion(int hwMajor, int hwMinor, int hwRevision, int swMajor, int swMinor, int swRelease)
-{
-    emit Version(VersionText(hwMajor, hwMinor, hwRevision), VersionText(swMajor, swMinor, swRelease));
-}
-
-void CHeadSearchDevice::OnDevice(const STRELO_PRODUCT *product)
-{
-    emit Product(product ? product->id : QString());
-}
-
-void CHeadSearchDevice::OnUID(const std::string &uid)
-{
-    emit Uid(QString::fromStdString(uid));
+    CStreloDeviceSignals::OnUserData(telegram);
 }

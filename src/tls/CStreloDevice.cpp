@@ -388,10 +388,7 @@ bool CStreloDevice::SubmitCommand(const CTlsOsi7Codec::Command &command, bool br
         BuildTelegram(command);
         m_sendPending = true;
     }
-#ifdef LICHTWART_TEST_SEAMS
-    if (s_beforeKick)
-        s_beforeKick();
-#endif
+    BeforeKick();
     KickResponseTimer();
     return true;
 }

@@ -12,9 +12,6 @@
 #include <deque>
 #include <mutex>
 #include <string>
-#ifdef LICHTWART_TEST_SEAMS
-#include <functional>
-#endif
 
 // One Strelo head seen from the master: the primary station of the link (status request, reset,
 // polling with an alternating frame count bit, five transmissions per request, the endless
@@ -88,13 +85,11 @@ public:
     // Reads a reply of function group 4 or 254 and reports it through the hooks below.
     void DispatchReply(const ByteVector &telegram);
 
-#ifdef LICHTWART_TEST_SEAMS
-    // Built into tests only: runs on the commanding thread after a command has been placed and
-    // before its kick, so a test can let an answer arrive and be handled in between.
-    inline static std::function<void()> s_beforeKick;
-#endif
-
 protected:
+    // Runs on the commanding thread after a command has been placed and before its kick; does
+    // nothing here. The window between the two is where an answer may let the telegram out
+    // first, and a test device widens it through this hook.
+    virtual void BeforeKick() {}
     // Hooks for the layer above; the base does nothing.
     virtual void LinkChanged(bool up) {}
     // A received OSI 7 telegram; a subclass that wants the replies calls DispatchReply.

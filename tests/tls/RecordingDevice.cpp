@@ -111,6 +111,17 @@ void RecordingDevice::SetOnLinkUp(std::function<void()> action)
     m_onLinkUp = std::move(action);
 }
 
+void RecordingDevice::SetBeforeKick(std::function<void()> action)
+{
+    m_beforeKick = std::move(action);
+}
+
+void RecordingDevice::BeforeKick()
+{
+    if (m_beforeKick)
+        m_beforeKick();
+}
+
 void RecordingDevice::Add(const QString &event)
 {
     {

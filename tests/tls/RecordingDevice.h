@@ -30,10 +30,15 @@ public:
 
     // Runs on the reader thread right after LinkChanged(true), as a controller's link-up would.
     void SetOnLinkUp(std::function<void()> action);
+    // Runs on the commanding thread between placing a command and its kick (empty: nothing).
+    void SetBeforeKick(std::function<void()> action);
 
     using CStreloDevice::OnAck;
     using CStreloDevice::OnLongTelegram;
     using CStreloDevice::OnShortTelegram;
+
+protected:
+    void BeforeKick() override;
 
 private:
     void RecordReports();
@@ -45,6 +50,7 @@ private:
     QStringList m_events;
     QElapsedTimer m_clock;
     std::function<void()> m_onLinkUp;
+    std::function<void()> m_beforeKick; // commanding thread only
 };
 
 // The octets as "00 AB" text, for comparing telegrams in test messages.

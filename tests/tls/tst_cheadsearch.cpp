@@ -230,9 +230,10 @@ void TestCHeadSearch::rateChangesOnlyAfterTheResponseTime()
     QVERIFY(finished.wait(5000));
     QVERIFY(peer.WaitForFrames(2, 1000));
     const QList<PeerFrame> frames = peer.Frames();
-    // The reading side may have seen the first probe a little late, which only shortens the gap.
+    // The reading side may have seen the first probe late on a busy machine, which only shortens
+    // the gap; without the wait it would be the probe's own 42 ms.
     const qint64 gapMs = (frames.at(1).atUs - frames.at(0).atUs) / 1000;
-    QVERIFY2(gapMs >= CHeadSearch::kDrainMs - 20, qPrintable(QString::number(gapMs)));
+    QVERIFY2(gapMs >= CHeadSearch::kDrainMs - 40, qPrintable(QString::number(gapMs)));
 }
 
 QTEST_MAIN(TestCHeadSearch)

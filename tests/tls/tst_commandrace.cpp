@@ -71,18 +71,18 @@ private:
     std::atomic<bool> m_holding {false};
 };
 
-// The scripted line with the kick of a command held (see CStreloDevice::s_beforeKick).
+// The scripted line with the kick of a command held (see CStreloDevice::BeforeKick).
 struct Line : ScriptedLine
 {
     // Holds the kick of the next command until the station has answered the held poll and the
     // telegram that answer lets out has reached the station; returns that telegram's index.
     void HoldKickUntilSent(std::atomic<int> &sentIndex)
     {
-        CStreloDevice::s_beforeKick = [this, &sentIndex] {
+        device.SetBeforeKick([this, &sentIndex] {
             const int from = peer.FrameCount();
             pty.Write(ScriptedPeer::Ack());
             sentIndex = peer.WaitForFrame(from, IsLong, kWaitMs);
-        };
+        });
     }
 };
 
@@ -93,17 +93,11 @@ class TestCommandRace : public QObject
     Q_OBJECT
 
 private slots:
-    void cleanup();
     void broadcastSentBeforeItsKickIsNotRepeated();
     void userDataSentBeforeItsKickIsNotRepeatedEarly();
     void commandRightAfterBroadcastGoesOutAtOnce();
     void kickAfterTheLinkWasLostDoesNothing();
 };
-
-void TestCommandRace::cleanup()
-{
-    CStreloDevice::s_beforeKick = nullptr;
-}
 
 void TestCommandRace::broadcastSentBeforeItsKickIsNotRepeated()
 {
@@ -186,12 +180,12 @@ void TestCommandRace::kickAfterTheLinkWasLostDoesNothing()
     int framesAtLoss = 0;
     // The station falls silent while the command waits for its kick: the command goes out with the
     // next poll cycle, is never answered, and the link is declared lost before the kick comes.
-    CStreloDevice::s_beforeKick = [&] {
+    line.device.SetBeforeKick([&] {
         line.peer.SetSilent(true);
         linkLost = line.device.WaitForEvent(QStringLiteral("link 0"), lossesBefore + 1, kWaitMs);
         lostAtMs = line.peer.ElapsedMs();
         framesAtLoss = line.peer.FrameCount();
-    };
+    });
     QVERIFY(line.device.SetSetpoint(CTlsOsi7Codec::kImageRed, 1));
     QVERIFY(linkLost);
 
