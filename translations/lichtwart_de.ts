@@ -513,6 +513,14 @@ Wollen Sie wirklich fortfahren?</translation>
         <source>Capturing: %1</source>
         <translation>Mitschnitt: %1</translation>
     </message>
+    <message>
+        <source>Line capture ended</source>
+        <translation>Leitungsmitschnitt abgeschlossen</translation>
+    </message>
+    <message>
+        <source>The line capture ended with the disconnect. It is saved in %1.</source>
+        <translation>Der Leitungsmitschnitt endete mit dem Trennen der Verbindung. Er ist in %1 gespeichert.</translation>
+    </message>
 </context>
 <context>
     <name>OptionsDialog</name>

@@ -19,6 +19,7 @@
 #include "trace/ui/TraceTableExport.h"
 
 #include <QCloseEvent>
+#include <QDir>
 #include <QFileDialog>
 #include <QHBoxLayout>
 #include <QLocale>
@@ -96,7 +97,7 @@ void MainWindow::ConnectActions()
     CreateCaptureAction();
     // The user's Disconnect ends a capture; the upgrade's hand-over of the port does not, so the
     // boot loader's bytes are recorded too.
-    connect(ui->actionDisconnect, &QAction::triggered, this, &MainWindow::StopCapture);
+    connect(ui->actionDisconnect, &QAction::triggered, this, &MainWindow::EndCaptureWithDisconnect);
 }
 
 // The line capture is an addition of this program's own: its action is made here, after the
@@ -478,6 +479,22 @@ void MainWindow::CaptureFailed(const QString &qstrMessage)
     StopCapture();
     // Not modal: the link and the trace go on while the user reads it.
     auto *box = new QMessageBox(QMessageBox::Warning, tr("Line capture stopped"), qstrMessage, QMessageBox::Ok, this);
+    box->setAttribute(Qt::WA_DeleteOnClose);
+    box->open();
+}
+
+// New options and Find Device disconnect as well, so the capture may end without the user asking
+// for it: say where it went.
+void MainWindow::EndCaptureWithDisconnect()
+{
+    if (!m_capture)
+        return;
+    const QString path = QDir::toNativeSeparators(m_capture->Path());
+    StopCapture();
+    // Opened, not executed: the window goes on while the user reads it.
+    auto *box = new QMessageBox(QMessageBox::Information, tr("Line capture ended"),
+                                tr("The line capture ended with the disconnect. It is saved in %1.").arg(path),
+                                QMessageBox::Ok, this);
     box->setAttribute(Qt::WA_DeleteOnClose);
     box->open();
 }

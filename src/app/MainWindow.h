@@ -95,6 +95,7 @@ private:
     void ReleaseResources();
     void CreateCaptureAction();
     void CaptureFailed(const QString &qstrMessage);
+    void EndCaptureWithDisconnect();
     void ShowCaptureSize(qint64 nBytes);
 
     QPixmap m_connectedPixmap;

@@ -1,4 +1,5 @@
 #include "app/MainWindow.h"
+#include "app/OptionsDialog.h"
 
 #include "CaptureFile.h"
 #include "ModalAnswerer.h"
@@ -11,9 +12,12 @@
 #include "settings/LichtwartSettings.h"
 
 #include <QAction>
+#include <QDialogButtonBox>
+#include <QDir>
 #include <QFileDialog>
 #include <QLabel>
 #include <QMessageBox>
+#include <QPushButton>
 #include <QSettings>
 #include <QTemporaryDir>
 #include <QtTest>
@@ -27,7 +31,8 @@ constexpr int kLinkMs = 10000;
 } // namespace
 
 // File > Capture Line to File... against the simulated head: the capture runs until it is
-// unchecked, Disconnect or exit, the status bar shows it, and a failing file ends it alone.
+// unchecked, Disconnect (the user's, or that of new options, with a note where the file is) or
+// exit, the status bar shows it, and a failing file ends it alone.
 class TestMainWindowCapture : public QObject
 {
     Q_OBJECT
@@ -60,6 +65,16 @@ private:
             ModalAnswerer::Choose(dialog, path);
         });
         Action("actionCaptureLine")->trigger();
+    }
+    // The note that a disconnect ended the capture, and where the file is; closes it.
+    void CheckEndedNote(const QString &path)
+    {
+        QMessageBox *box = nullptr;
+        QTRY_VERIFY_WITH_TIMEOUT((box = m_window->findChild<QMessageBox *>()) != nullptr, kLinkMs);
+        QCOMPARE(box->windowTitle(), QStringLiteral("Line capture ended"));
+        QCOMPARE(box->text(), QStringLiteral("The line capture ended with the disconnect. It is saved in %1.")
+                                  .arg(QDir::toNativeSeparators(path)));
+        box->accept();
     }
     static void CheckCapture(const QString &path)
     {
@@ -101,6 +116,24 @@ private slots:
         QVERIFY(!Action("actionCaptureLine")->isChecked());
         QVERIFY(Indicator()->isHidden());
         QVERIFY(!CAsync::LineTap());
+        CheckEndedNote(path);
+        CheckCapture(path);
+    }
+
+    void newOptionsEndTheCaptureAndSaySo()
+    {
+        // Accepted options disconnect, and the capture belongs to the connection.
+        Start();
+        const QString path = m_dir.filePath(QStringLiteral("options.pcap"));
+        QVERIFY(m_window->StartCapture(path));
+        QTRY_VERIFY_WITH_TIMEOUT(m_window->LineCapture()->Size() > 500, kLinkMs);
+        OnNextModal<OptionsDialog>(this, [](OptionsDialog *dialog) {
+            dialog->findChild<QDialogButtonBox *>(QStringLiteral("btOkCancel"))->button(QDialogButtonBox::Ok)->click();
+        });
+        Action("actionOptions")->trigger();
+        QVERIFY(m_window->LineCapture() == nullptr);
+        QVERIFY(Indicator()->isHidden());
+        CheckEndedNote(path);
         CheckCapture(path);
     }
 
