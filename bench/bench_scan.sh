@@ -1,8 +1,9 @@
 #!/usr/bin/env bash
 # How long `lichtwart-cli scan` takes: the time until a head at address 1 is reported, at each of
 # the seven rates of the options dialog (the stored settings left at their defaults, 9600 baud and
-# address 1), and the time of the whole search (7 rates x 199 addresses) on a line where no head
-# answers. Prints figures; never fails on one.
+# address 1); the same for a head at the stored address (37, given with --osi2) at each rate; and
+# the time of the whole search (7 rates x 199 addresses) on a line where no head answers. Prints
+# figures; never fails on one.
 set -euo pipefail
 bin_dir=${LICHTWART_BIN_DIR:-$(dirname "$0")/../bin}
 work=$(mktemp -d)
@@ -17,16 +18,26 @@ start_sim() {
   for _ in $(seq 50); do [ -e "$work/head" ] && return; sleep 0.1; done
 }
 
-for rate in 2400 4800 9600 19200 38400 57600 115200; do
-  start_sim --baud "$rate" --osi2 1
+# time_to_report ADDRESS RATE [CLI OPTIONS...]: a head at ADDRESS listening at RATE.
+time_to_report() {
+  local address=$1 rate=$2
+  shift 2
+  start_sim --baud "$rate" --osi2 "$address"
   : > "$work/found"
   start=$(now_ms)
-  "$bin_dir/lichtwart-cli" --device "$work/head" scan > "$work/found" 2>/dev/null &
+  "$bin_dir/lichtwart-cli" --device "$work/head" "$@" scan > "$work/found" 2>/dev/null &
   cli=$!
   while ! grep -q '^head:' "$work/found" && kill -0 $cli 2>/dev/null; do sleep 0.02; done
-  echo "scan: head at $rate baud, address 1 reported after $(( $(now_ms) - start )) ms"
+  echo "scan: head at $rate baud, address $address reported after $(( $(now_ms) - start )) ms"
   kill -INT $cli 2>/dev/null || true; wait $cli 2>/dev/null || true
   kill $sim; wait $sim 2>/dev/null || true
+}
+
+for rate in 2400 4800 9600 19200 38400 57600 115200; do
+  time_to_report 1 "$rate"
+done
+for rate in 2400 4800 9600 19200 38400 57600 115200; do
+  time_to_report 37 "$rate" --osi2 37
 done
 
 start_sim --silent
