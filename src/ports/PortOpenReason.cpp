@@ -53,9 +53,11 @@ bool ListedInGroup(gid_t gid, const QString &user)
     }
     return false;
 }
+#endif
 
 } // namespace
 
+#ifndef Q_OS_WIN
 QString PortOpenReason::FileKind(const QString &path)
 {
     struct stat st {};
@@ -75,7 +77,7 @@ QString PortOpenReason::FileKind(const QString &path)
 }
 #else
 // Windows opens no file, folder or pipe by a port name, so there is nothing more to tell.
-QString FileKind(const QString &)
+QString PortOpenReason::FileKind(const QString &)
 {
     return {};
 }
@@ -128,7 +130,7 @@ QString PortOpenReason::NotAllowed(const QString &path)
 #ifdef Q_OS_WIN
     // Windows keeps no group per port; the port refuses a second program with "in use" instead
     // (CAsyncW32), so this is only reached when the administrator has barred the device.
-    return Tr("You are not allowed to use %1, and no group gives access to it. Ask the administrator of "
+    return tr("You are not allowed to use %1, and no group gives access to it. Ask the administrator of "
               "this computer to give your user access to the device.").arg(path);
 #else
     struct stat st {};
