@@ -588,6 +588,29 @@ void DrawTracing(Canvas &c)
 
 void DrawTarget(Canvas &c) { DrawSignalHead(c, 4.5, 0.5, 7, 15); }
 
+void DrawFindDevice(Canvas &c)
+{
+    // A signal head, and a magnifying glass looking for it.
+    DrawSignalHead(c, 1.0, 0.5, 6.5, 13.5);
+    const QPointF centre(10.0, 7.0);
+    const qreal radius = 3.6;
+    QPainterPath handle;
+    handle.addRoundedRect(QRectF(c.pt(-0.9, 0), c.pt(0.9, 5.2)), c.len(0.8), c.len(0.8));
+    QTransform place;
+    place.translate(c.len(centre.x()), c.len(centre.y()));
+    place.rotate(-40);
+    place.translate(0, c.len(radius - 0.3));
+    c.fillOutlined(place.map(handle), c.vertical(9, 15.5, Palette::Wood, Palette::WoodDark), Palette::Ink);
+    QRadialGradient glass(c.pt(centre.x() - 1.2, centre.y() - 1.2), c.len(radius * 1.6));
+    glass.setColorAt(0, QColor(0xff, 0xff, 0xff, 0xd8));
+    glass.setColorAt(1, QColor(0xb9, 0xdc, 0xfb, 0xa0));
+    c.fillOutlined(Circle(c.pt(centre.x(), centre.y()), c.len(radius)), glass, Palette::BlueDark);
+    QPainter &p = c.painter();
+    p.setPen(c.line(Palette::SteelDark, 0.9));
+    p.setBrush(Qt::NoBrush);
+    p.drawEllipse(c.pt(centre.x(), centre.y()), c.len(radius - 0.6), c.len(radius - 0.6));
+}
+
 void DrawBehaviour(Canvas &c)
 {
     // Two slide switches.
@@ -735,6 +758,7 @@ std::vector<Icon> Catalogue()
         {"24x24", "fsync", 24, 24, DrawFlasherSync},
         {"24x24", "osi2addr", 24, 24, DrawOsi2Address},
         {"24x24", "fwupload", 24, 24, DrawFirmwareUpload},
+        {"24x24", "finddevice", 24, 24, DrawFindDevice},
         {"32x32", "dlg-warning", 32, 32, DrawWarning},
         {"32x32", "fsync", 32, 32, DrawFlasherSync},
     };

@@ -245,6 +245,11 @@ private slots:
                  QStringList({"actionConnect", "actionDisconnect", "|", "actionStreloVisual", "actionFSync", "|",
                               "actionSetOSI2Address", "actionUpgradeFirmware", "|", "actionFindDevice", "actionOptions"}));
         QCOMPARE(Texts(menu("menuHelp")), QStringList({"actionAbout"}));
+        // Every command of the Tools menu has its picture; Find Device's is this program's own.
+        for (QAction *action : menu("menuTools")) {
+            if (!action->isSeparator())
+                QVERIFY2(!action->icon().isNull(), qPrintable(action->objectName()));
+        }
         QCOMPARE(Texts(m_window->findChild<QToolBar *>(QStringLiteral("mainToolBar"))->actions()),
                  QStringList({"actionExit", "actionConnect", "actionDisconnect", "|", "actionStreloVisual",
                               "actionFSync", "|", "actionClearlog", "actionOptions", "actionAbout"}));

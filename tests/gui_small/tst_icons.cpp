@@ -16,7 +16,7 @@ private:
     static QStringList Names24()
     {
         return {"application", "exit",   "settings", "info",     "connect", "clear",
-                "disconnect",  "target", "fsync",    "osi2addr", "fwupload"};
+                "disconnect",  "target", "fsync",    "osi2addr", "fwupload", "finddevice"};
     }
     static QStringList Lamps()
     {
